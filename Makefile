@@ -1,0 +1,43 @@
+# Two commands do all the set-up on a fresh Debian machine:
+#   make run    installs what is missing, builds and starts the intro
+#   make test   installs what is missing, builds and runs the test suite
+# and: make windows (cross-builds invitro.exe), make bench, make asan, make tsan.
+
+PRESET ?= release
+BUILD := build/$(PRESET)
+
+.PHONY: run test build windows bench asan tsan clean
+
+build:
+	@scripts/deps.sh build
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET)
+
+run: build
+	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "make run: there is no display (DISPLAY is not set). Start the intro from a desktop session,"; \
+	  echo "or under a virtual one: Xvfb :9 -screen 0 640x480x16 & DISPLAY=:9 make run"; exit 1; fi
+	@$(BUILD)/app/invitro
+
+test: build
+	@ctest --preset $(PRESET)
+
+windows:
+	@scripts/deps.sh windows
+	@cmake --preset windows >/dev/null
+	@cmake --build --preset windows
+	@echo "built build/windows/app/invitro.exe"
+
+bench: build
+	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] && "$$b" --benchmark_min_time=0.2; done
+
+asan:
+	@scripts/deps.sh build
+	@cmake --preset asan >/dev/null && cmake --build --preset asan && ctest --preset asan
+
+tsan:
+	@scripts/deps.sh build
+	@cmake --preset tsan >/dev/null && cmake --build --preset tsan && ctest --preset tsan
+
+clean:
+	rm -rf build

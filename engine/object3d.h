@@ -1,0 +1,79 @@
+// Objects with their meshes: vertex, texture-coordinate and polygon lists.
+#pragma once
+#include <cstdint>
+
+#include "engine/math3d.h"
+#include "engine/texture.h"
+
+// Vertex attribute bits.
+constexpr uint32_t kVertexPosition = 0x1;
+constexpr uint32_t kVertexNormal = 0x2;
+constexpr uint32_t kVertexTexture = 0x4;
+
+// Polygon / triangle state bits.
+constexpr uint32_t kPolyActive = 0x1;
+constexpr uint32_t kPolyClipped = 0x2;
+constexpr uint32_t kPolyBackFace = 0x4;
+constexpr uint32_t kPolyLit = 0x8;
+
+// Polygon / triangle attribute bits.
+constexpr uint32_t kAttrTwoSided = 0x1;
+constexpr uint32_t kAttrTransparent = 0x2;
+constexpr uint32_t kAttrShadeConstant = 0x20;
+constexpr uint32_t kAttrShadeFlat = 0x40;
+constexpr uint32_t kAttrShadeGouraud = 0x80;
+constexpr uint32_t kAttrShadePhong = 0x100;
+constexpr uint32_t kAttrTextured = 0x200;
+constexpr uint32_t kAttrMipMapped = 0x400;
+
+// Object state bits.
+constexpr uint32_t kObjectActive = 0x1;
+constexpr uint32_t kObjectVisible = 0x2;
+constexpr uint32_t kObjectCulled = 0x4;
+
+// Twelve 32-bit fields.
+struct Vertex3D {
+    float x, y, z, w;      // position; w is 1
+    float nx, ny, nz, nw;  // normal, valid when attr has kVertexNormal
+    float u, v;            // texture coordinates
+    float i;               // intensity slot
+    uint32_t attr;         // kVertex* bits
+};
+
+struct Poly {
+    uint32_t state;
+    uint32_t attr;
+    uint32_t color;  // top byte doubles as the polygon's alpha
+    uint32_t litColor[3];
+    Texture* texture;
+    int32_t materialIndex;
+    Vertex3D* vlist;  // the owning object's transformed vertex list
+    float* tlist;     // texture coordinates, two floats each
+    int32_t vert[3];
+    int32_t text[3];
+    float normalLength;
+};
+
+struct Object3D {
+    int32_t id;     // identification, not read by the engine operations
+    char name[64];  //
+    uint32_t state;
+    uint32_t attr;
+    float* avgRadius;  // one per frame
+    float* maxRadius;  // one per frame
+    Vec3 worldPos;
+    Vec3 dir;
+    Vec3 ux, uy, uz;
+    int32_t numVertices;  // per frame
+    int32_t numFrames;
+    int32_t totalVertices;
+    int32_t currFrame;
+    Vertex3D* vlistLocal;  // current frame
+    Vertex3D* vlistTrans;  // current frame
+    Vertex3D* headVlistLocal;
+    Vertex3D* headVlistTrans;
+    float* tlist;  // three coordinates of two floats per polygon
+    int32_t numPolys;
+    Poly* plist;
+    Texture* texture;  // the object's own texture (terrain), null when untextured
+};
