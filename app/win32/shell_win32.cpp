@@ -11,7 +11,9 @@
 #include "app/win32/win32_shell.h"
 #include "app/window.h"
 
-uint32_t TickNow() { return GetTickCount(); }
+uint32_t TickNow() {
+    return GetTickCount();
+}
 void FrameClockSpin() {}
 
 static MSG gMessage;
@@ -30,21 +32,25 @@ void MessageDispatch(const AppMessage*) {
 
 // Posting WM_DESTROY to our own window is the intended shortcut to the quit message;
 // the window is never passed to DestroyWindow.
-void WindowPostDestroy() { PostMessageA(gMainWindow, WM_DESTROY, 0, 0); }
+void WindowPostDestroy() {
+    PostMessageA(gMainWindow, WM_DESTROY, 0, 0);
+}
 
 void ScreenSaverActivate(int active) {
     SystemParametersInfoA(SPI_SETSCREENSAVEACTIVE, active ? TRUE : FALSE, nullptr, 0);
 }
 
-void CursorShow(int show) { ShowCursor(show ? TRUE : FALSE); }
+void CursorShow(int show) {
+    ShowCursor(show ? TRUE : FALSE);
+}
 
 static IDirectInput8A* gInput;
 static IDirectInputDevice8A* gKeyboard;
 static uint8_t gKeyState[256];
 
 int InputCreate() {
-    if (DirectInput8Create(gInstance, 0x0800, IID_IDirectInput8A,
-                           reinterpret_cast<void**>(&gInput), nullptr) < 0)
+    if (DirectInput8Create(gInstance, 0x0800, IID_IDirectInput8A, reinterpret_cast<void**>(&gInput),
+                           nullptr) < 0)
         return 0;
     return 1;
 }
@@ -78,6 +84,10 @@ void InputRelease() {
     if (gInput) gInput->Release();
 }
 
-const uint8_t* KeyboardState() { return gKeyState; }
+const uint8_t* KeyboardState() {
+    return gKeyState;
+}
 
-int KeyboardEscapeAsync() { return (GetAsyncKeyState(VK_ESCAPE) & 0x8000) != 0; }
+int KeyboardEscapeAsync() {
+    return (GetAsyncKeyState(VK_ESCAPE) & 0x8000) != 0;
+}

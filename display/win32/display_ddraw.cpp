@@ -29,7 +29,7 @@ static int32_t gScreenWidth, gScreenHeight, gScreenBits, gWindowed, gFlipChain;
 static uint32_t gPixelBitCount;
 static uint16_t* gLockPointer;
 static int32_t gLockPitch;
-static int32_t gPrimaryLocked;              // nothing sets it; present still honours it
+static int32_t gPrimaryLocked;                  // nothing sets it; present still honours it
 static int32_t gWindowOffsetX, gWindowOffsetY;  // nothing sets them
 static PALETTEENTRY gPaletteShadow[256];
 // The scratch description shared by start-up and the lock. Its dwSize is the size of
@@ -42,8 +42,8 @@ static void DescClear() {
 }
 
 int DisplayInit(int32_t width, int32_t height, int32_t bits, int32_t windowed, int32_t flipChain) {
-    if (FAILED(DirectDrawCreateEx(nullptr, reinterpret_cast<void**>(&gDirectDraw),
-                                  IID_IDirectDraw7, nullptr)))
+    if (FAILED(DirectDrawCreateEx(nullptr, reinterpret_cast<void**>(&gDirectDraw), IID_IDirectDraw7,
+                                  nullptr)))
         return 0;
     const DWORD level = windowed ? DDSCL_NORMAL
                                  : DDSCL_FULLSCREEN | DDSCL_ALLOWREBOOT | DDSCL_EXCLUSIVE |
@@ -160,8 +160,12 @@ int DisplayPresent() {
     return 1;
 }
 
-Surface* DisplayBackSurface() { return gBack.dd ? &gBack : nullptr; }
-uint32_t DisplayPixelBitCount() { return gPixelBitCount; }
+Surface* DisplayBackSurface() {
+    return gBack.dd ? &gBack : nullptr;
+}
+uint32_t DisplayPixelBitCount() {
+    return gPixelBitCount;
+}
 
 void SurfaceLock() {
     if (gLockPointer || !gBack.dd) return;
@@ -180,8 +184,12 @@ int SurfaceUnlock() {
     return 1;
 }
 
-uint16_t* DisplayLockPointer() { return gLockPointer; }
-int32_t DisplayLockPitch() { return gLockPitch; }
+uint16_t* DisplayLockPointer() {
+    return gLockPointer;
+}
+int32_t DisplayLockPitch() {
+    return gLockPitch;
+}
 
 int SurfaceClear(Surface* surface, uint32_t colour, const SurfaceRect* rect) {
     if (!surface || !surface->dd) return 0;
@@ -246,8 +254,8 @@ Clipper* SurfaceAttachClipList(Surface* surface, int32_t count, const SurfaceRec
     region->rdh.nCount = count;
     region->rdh.nRgnSize = count * sizeof(RECT);
     region->rdh.rcBound = bound;
-    const bool ok = SUCCEEDED(clipper->SetClipList(region, 0)) &&
-                    SUCCEEDED(surface->dd->SetClipper(clipper));
+    const bool ok =
+        SUCCEEDED(clipper->SetClipList(region, 0)) && SUCCEEDED(surface->dd->SetClipper(clipper));
     std::free(region);
     if (!ok) {
         clipper->Release();
