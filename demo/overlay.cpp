@@ -56,7 +56,7 @@ void OverlayStart(const uint8_t* fontImage, const char* scrollerText, Surface* s
 
 static void ScrollerDraw(Surface* surface) {
     gState.scrollerX -= 4.0f;
-    const int32_t y = static_cast<int32_t>(420 + 16 * std::sin(gState.scrollerPhase));
+    const int32_t y = static_cast<int32_t>(420 + 16 * std::sin(double{gState.scrollerPhase}));
     gState.scrollerPhase += 0.1;
     const int32_t width = TextDraw(&gFont, static_cast<int32_t>(gState.scrollerX), y, gScrollerText,
                                    kTextAdvance, 52, surface);
@@ -66,7 +66,7 @@ static void ScrollerDraw(Surface* surface) {
 
 static void InfoLineDraw(Surface* surface) {
     gState.infoX = (640 - gState.infoWidth) / 2;
-    gState.infoY = static_cast<int32_t>(32 * std::sin(gState.infoPhase) - 22);
+    gState.infoY = static_cast<int32_t>(32 * std::sin(double{gState.infoPhase}) - 22);
     if (gState.infoY >= 6) {
         gState.holdCounter += 1;
         if (gState.holdCounter > 30) gState.infoPhase += 0.18;
