@@ -262,13 +262,13 @@ inline void SpanDraw(const FillContext& c, const Edge& l, const Edge& r, uint16_
     }
     int32_t end = right;
     if (clipped) {
+        if (end > c.clip.maxX) end = c.clip.maxX;
+        if (left >= end || c.clip.minX >= end) return;
         if (left < c.clip.minX) {
             const int32_t n = c.clip.minX - left;
-            for (int a = 0; a < kAttrCount; ++a) val[a] += MulWrap(n, step[a]);
+            for (int a = 0; a < kAttrCount; ++a) val[a] += n * step[a];
             left = c.clip.minX;
         }
-        if (end > c.clip.maxX) end = c.clip.maxX;
-        if (left >= end) return;
     }
     PixelsDraw<M>(c, row, zrow, left, end, val, step);
 }
