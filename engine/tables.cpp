@@ -11,7 +11,7 @@ uint16_t BlendScalePixel(uint32_t pixel, int32_t level) {
                                  ((b * k + 3) / 7));
 }
 
-void TablesInit() {
+void LookupTablesInit() {
     for (int32_t i = 0; i < kLog2TableSize; ++i) Log2Table[i] = 0;
     for (int32_t bit = 0; (1 << bit) < kLog2TableSize; ++bit) {
         Log2Table[1 << bit] = static_cast<uint8_t>(bit);

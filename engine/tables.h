@@ -5,7 +5,7 @@
 #include "raster/lookup_tables.h"
 
 // Fills Log2Table and BlendTable. Called once by AppInit before anything renders.
-void TablesInit();
+void LookupTablesInit();
 
 // One 5.6.5 pixel with every channel scaled by level / 7 (the BlendTable entry).
 uint16_t BlendScalePixel(uint32_t pixel, int32_t level);

@@ -1,6 +1,6 @@
 // The lookup tables the fillers read: log2 of each texture width and the blend levels.
 // The storage lives here, beside its readers; the engine fills it once at start-up
-// (TablesInit in engine/tables.h) before the first frame.
+// (LookupTablesInit in engine/tables.h) before the first frame.
 #pragma once
 #include <cstdint>
 

@@ -20,7 +20,7 @@ struct Target {
     std::vector<uint16_t> texels = std::vector<uint16_t>(256 * 256);
     Texture texture = {256, 256, nullptr};
     Target() {
-        TablesInit();
+        LookupTablesInit();
         gClipRectangle = {0, 0, kWidth - 1, kHeight - 1};
         for (size_t i = 0; i < texels.size(); ++i) texels[i] = static_cast<uint16_t>(i * 40503u);
         texture.texels = texels.data();

@@ -31,7 +31,7 @@ struct TestVertex {
 
 // Full-screen clip rectangle and the lookup tables.
 inline void RasterTestInit() {
-    TablesInit();
+    LookupTablesInit();
     gClipRectangle = {0, 0, kWidth - 1, kHeight - 1};
 }
 
