@@ -26,7 +26,8 @@ PositionRecord gPositions[kMusicSlices];
 // The stop request and the alive count are polled across the two threads.
 std::atomic<uint32_t> gThreadAlive;
 std::atomic<uint32_t> gStopRequest;
-uint32_t gNextSlice;
+// Written by whichever thread renders; read by the position checks of others.
+std::atomic<uint32_t> gNextSlice;
 std::atomic<uint32_t> gRenderedSlice;
 
 void PositionsClear() {
@@ -41,7 +42,7 @@ void PositionsClear() {
 // of StartMusic without the device).
 int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** reason) {
     XmModuleFree(&gModule);
-    gNextSlice = 0;
+    gNextSlice.store(0);
     gRenderedSlice.store(0);
     int loaded = 0;
     if (MusicSourceOpen(&gSource, source, size, kind)) {
@@ -61,7 +62,7 @@ void StreamThreadMain() {
         const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
         for (;;) {
             WaveSleep(2);
-            if (gNextSlice == playing) break;
+            if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
             RenderSlice();
             gRenderedSlice.store(
                 (gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
@@ -87,16 +88,17 @@ void MusicConvert(const float* in, int16_t* out, uint32_t count) {
 }
 
 void RenderSlice() {
-    const uint32_t first = gNextSlice * kMusicSliceFrames;
+    const uint32_t slice = gNextSlice.load(std::memory_order_relaxed);
+    const uint32_t first = slice * kMusicSliceFrames;
     float* accumulator = gAccumulator + 2 * first;
     std::memset(accumulator, 0, kMusicSliceFrames * 2 * sizeof(float));
     XmPlayerRender(&gPlayer, accumulator, kMusicSliceFrames);
-    PositionRecord& record = gPositions[gNextSlice];
+    PositionRecord& record = gPositions[slice];
     record.order.store(static_cast<uint8_t>(gPlayer.order), std::memory_order_relaxed);
     record.row.store(static_cast<uint8_t>(gPlayer.row), std::memory_order_relaxed);
     record.ms.store(gPlayer.elapsedMs, std::memory_order_relaxed);
     MusicConvert(accumulator, gRing + 2 * first, kMusicSliceFrames * 2);
-    gNextSlice = (gNextSlice + 1) % kMusicSlices;
+    gNextSlice.store((slice + 1) % kMusicSlices, std::memory_order_relaxed);
 }
 
 uint32_t StartMusic(const void* source, uint32_t size, uint32_t kind) {
@@ -111,7 +113,7 @@ uint32_t StartMusic(const void* source, uint32_t size, uint32_t kind) {
     }
     WaveDevicePrepare(gRing, kMusicRingBytes);
     do RenderSlice();
-    while (gNextSlice != 0);
+    while (gNextSlice.load() != 0);
     gStopRequest.store(0);
     WaveDeviceWrite();
     // Counted before the thread exists, so that a StopMusic right after this call
@@ -126,7 +128,7 @@ void StopMusic() {
     PositionsClear();
     gStopRequest.fetch_add(1);
     while (gThreadAlive.load() != 0) WaveSleep(2);
-    gNextSlice = 0;
+    gNextSlice.store(0);
     gRenderedSlice.store(0);
     WaveDeviceUnprepare();
     WaveDeviceReset();
@@ -166,7 +168,7 @@ const int16_t* MusicRingSlice(uint32_t slice) {
 }
 
 uint32_t MusicNextSlice() {
-    return gNextSlice;
+    return gNextSlice.load(std::memory_order_relaxed);
 }
 
 const XmPlayer* MusicPlayerState() {

@@ -59,7 +59,7 @@ TEST(XmLoader, UnpacksPatternsAndAddsThoseTheOrderTableNames) {
     m.patterns[0].rows = 16;
     m.patterns[0].packedSizeZero = true;
     m.patterns[1].rows = 2;
-    Cell(m, 0, 0, 1) = {97, 200, 0x40, 0, 0};  // key off, instrument out of range
+    Cell(m, 0, 0, 1) = {97, 200, 0x40, 0, 0};      // key off, instrument out of range
     Cell(m, 1, 1, 1) = {49, 1, 0x20, 0x0F, 0x06};  // all five fields: unpacked form
     XmModule module;
     ASSERT_EQ(LoadBytes(XmWrite(m), &module), 1);

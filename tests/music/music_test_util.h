@@ -13,8 +13,7 @@
 inline int LoadBytes(const std::vector<uint8_t>& bytes, XmModule* module,
                      const char** reason = nullptr) {
     MusicSource source;
-    MusicSourceOpen(&source, bytes.data(), static_cast<uint32_t>(bytes.size()),
-                    kMusicSourceMemory);
+    MusicSourceOpen(&source, bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory);
     const char* why = nullptr;
     const int loaded = LoadXmModule(module, &source, reason ? reason : &why);
     MusicSourceClose(&source);

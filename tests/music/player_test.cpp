@@ -89,10 +89,10 @@ TEST(XmPlayer, PortamentoAndPanningSlideLimits) {
     XmWriterModule m = ToneModule(4);
     m.tempo = 8;
     m.instruments[0].samples[0].panning = 2;
-    Cell(m, 0, 0) = {49, 1, 0, 1, 0xFF};     // portamento up: floor 56
-    Cell(m, 0, 1) = {49, 1, 0, 2, 0xFF};     // portamento down: no ceiling
-    Cell(m, 0, 2) = {49, 1, 0xD5, 0, 0};     // volume-column slide left: no floor
-    Cell(m, 0, 3) = {49, 1, 0, 25, 0x0F};    // effect-column slide left: floor 0
+    Cell(m, 0, 0) = {49, 1, 0, 1, 0xFF};   // portamento up: floor 56
+    Cell(m, 0, 1) = {49, 1, 0, 2, 0xFF};   // portamento down: no ceiling
+    Cell(m, 0, 2) = {49, 1, 0xD5, 0, 0};   // volume-column slide left: no floor
+    Cell(m, 0, 3) = {49, 1, 0, 25, 0x0F};  // effect-column slide left: floor 0
     PlayerRig rig(m);
     rig.Tick(8);
     EXPECT_EQ(rig.Channel(0).period, 56);
@@ -164,8 +164,8 @@ TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
     m.orders = {0, 1, 2};
     m.patterns.resize(3);
     m.patterns[2].rows = 16;
-    Cell(m, 0, 0, 0) = {0, 0, 0, 11, 2};     // jump to order 2 ...
-    Cell(m, 0, 1, 0) = {0, 0, 0, 13, 0x10};  // ... row 10: the break keeps the jump's order
+    Cell(m, 0, 0, 0) = {0, 0, 0, 11, 2};      // jump to order 2 ...
+    Cell(m, 0, 1, 0) = {0, 0, 0, 13, 0x10};   // ... row 10: the break keeps the jump's order
     Cell(m, 10, 0, 2) = {0, 0, 0, 14, 0x60};  // loop start
     Cell(m, 11, 0, 2) = {0, 0, 0, 14, 0x61};  // loop once
     Cell(m, 12, 0, 2) = {0, 0, 0, 13, 0x63};  // break at the last order: order 0, row 63
@@ -175,9 +175,9 @@ TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
         rig.Tick();
         visited.push_back({rig.player->order, rig.player->row});
     }
-    const std::vector<std::pair<uint32_t, uint32_t>> expected = {
-        {0, 0}, {2, 10}, {2, 11}, {2, 10}, {2, 11}, {2, 12}, {0, 63}, {1, 0}};
-    EXPECT_EQ(visited, expected);  // row 63 of a 64-row pattern, then on
+    const std::vector<std::pair<uint32_t, uint32_t>> expected = {{0, 0},  {2, 10}, {2, 11}, {2, 10},
+                                                                 {2, 11}, {2, 12}, {0, 63}, {1, 0}};
+    EXPECT_EQ(visited, expected);          // row 63 of a 64-row pattern, then on
     EXPECT_EQ(rig.player->songLoops, 1u);  // order 0 came round again
 
     // A break to a row the pattern lacks plays an empty row and moves on.
