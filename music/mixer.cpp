@@ -110,17 +110,18 @@ void UpdateVoice(XmChannel* channel, const XmSample* sample, XmPlayer* player) {
 namespace {
 
 // Mixes frames of one voice with fixed gains; the position moves by delta a frame.
+// The fraction is scaled before the multiplication (by a power of two: the same sum).
 int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float left, float right,
                   float* out, uint32_t frames) {
     constexpr float kFractionScale = 1.0f / 2147483648.0f;
-    for (uint32_t i = 0; i < frames; ++i) {
-        const int32_t index = static_cast<int32_t>(position >> 32);
-        const float fraction = static_cast<float>(static_cast<uint32_t>(position) >> 1);
-        const float s0 = data[index];
-        const float s1 = data[index + 1];
-        const float value = s0 + (s1 - s0) * fraction * kFractionScale;
-        out[2 * i] += value * left;
-        out[2 * i + 1] += value * right;
+    for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
+        const int16_t* s = data + (position >> 32);
+        const float fraction =
+            static_cast<float>(static_cast<uint32_t>(position) >> 1) * kFractionScale;
+        const float s0 = s[0];
+        const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
+        out[0] += value * left;
+        out[1] += value * right;
         position += delta;
     }
     return position;
@@ -132,14 +133,14 @@ int64_t MixFramesRamped(const int16_t* data, int64_t position, int64_t delta, fl
                         uint32_t frames) {
     constexpr float kFractionScale = 1.0f / 2147483648.0f;
     float gl = *left, gr = *right;
-    for (uint32_t i = 0; i < frames; ++i) {
-        const int32_t index = static_cast<int32_t>(position >> 32);
-        const float fraction = static_cast<float>(static_cast<uint32_t>(position) >> 1);
-        const float s0 = data[index];
-        const float s1 = data[index + 1];
-        const float value = s0 + (s1 - s0) * fraction * kFractionScale;
-        out[2 * i] += value * gl;
-        out[2 * i + 1] += value * gr;
+    for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
+        const int16_t* s = data + (position >> 32);
+        const float fraction =
+            static_cast<float>(static_cast<uint32_t>(position) >> 1) * kFractionScale;
+        const float s0 = s[0];
+        const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
+        out[0] += value * gl;
+        out[1] += value * gr;
         gl += stepLeft;
         gr += stepRight;
         position += delta;

@@ -1,7 +1,6 @@
 // The wave ring and its stream thread: StartMusic, StopMusic, the slice renderer and
 // the position table. One stream, one player and one module per process.
 #include <atomic>
-#include <cmath>
 #include <cstring>
 
 #include "music/music.h"
@@ -80,10 +79,14 @@ uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
 }
 
 void MusicConvert(const float* in, int16_t* out, uint32_t count) {
+    // Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
+    // integer in the processor's rounding mode (nearest, ties to even), without a
+    // library call; the clamped value then converts exactly.
+    constexpr float kRound = 12582912.0f;
     for (uint32_t i = 0; i < count; ++i) {
         float v = in[i];
         v = v < -32768.0f ? -32768.0f : v > 32767.0f ? 32767.0f : v;
-        out[i] = static_cast<int16_t>(std::lrint(v));
+        out[i] = static_cast<int16_t>((v + kRound) - kRound);
     }
 }
 
