@@ -109,28 +109,12 @@ void UpdateVoice(XmChannel* channel, const XmSample* sample, XmPlayer* player) {
 
 namespace {
 
-// Mixes frames of one voice with fixed gains; the position moves by delta a frame.
-// The fraction is scaled before the multiplication (by a power of two: the same sum).
-int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float left, float right,
-                  float* out, uint32_t frames) {
-    constexpr float kFractionScale = 1.0f / 2147483648.0f;
-    for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
-        const int16_t* s = data + (position >> 32);
-        const float fraction =
-            static_cast<float>(static_cast<uint32_t>(position) >> 1) * kFractionScale;
-        const float s0 = s[0];
-        const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
-        out[0] += value * left;
-        out[1] += value * right;
-        position += delta;
-    }
-    return position;
-}
-
-// The same while a ramp runs: the gains move by their steps after each frame.
-int64_t MixFramesRamped(const int16_t* data, int64_t position, int64_t delta, float* left,
-                        float* right, float stepLeft, float stepRight, float* out,
-                        uint32_t frames) {
+// Mixes frames of one voice; the position moves by delta a frame. Ramped, the gains
+// move by their steps after each frame. The fraction is scaled before the
+// multiplication (by a power of two: the same sum).
+template <bool kRamped>
+int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float* left, float* right,
+                  float stepLeft, float stepRight, float* out, uint32_t frames) {
     constexpr float kFractionScale = 1.0f / 2147483648.0f;
     float gl = *left, gr = *right;
     for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
@@ -141,8 +125,10 @@ int64_t MixFramesRamped(const int16_t* data, int64_t position, int64_t delta, fl
         const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
         out[0] += value * gl;
         out[1] += value * gr;
-        gl += stepLeft;
-        gr += stepRight;
+        if (kRamped) {
+            gl += stepLeft;
+            gr += stepRight;
+        }
         position += delta;
     }
     *left = gl;
@@ -238,7 +224,7 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         if (ramping) {
             float gl = static_cast<float>(v->gainLeft) / 255.0f;
             float gr = static_cast<float>(v->gainRight) / 255.0f;
-            position = MixFramesRamped(s->data, position, delta, &gl, &gr, v->rampLeft,
+            position = MixFrames<true>(s->data, position, delta, &gl, &gr, v->rampLeft,
                                        v->rampRight, o, n);
             // 5: the gains the ramp reached, then its end.
             v->gainLeft = static_cast<int32_t>(std::lrint(gl * 255.0f));
@@ -250,9 +236,9 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
                 v->gainRight = v->targetRight;
             }
         } else if (v->targetLeft != 0 || v->targetRight != 0) {
-            position =
-                MixFrames(s->data, position, delta, static_cast<float>(v->targetLeft) / 255.0f,
-                          static_cast<float>(v->targetRight) / 255.0f, o, n);
+            float gl = static_cast<float>(v->targetLeft) / 255.0f;
+            float gr = static_cast<float>(v->targetRight) / 255.0f;
+            position = MixFrames<false>(s->data, position, delta, &gl, &gr, 0.0f, 0.0f, o, n);
         } else {
             // Silent: the sums would not change, only the position moves.
             position += static_cast<int64_t>(static_cast<uint64_t>(delta) * n);

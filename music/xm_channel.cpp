@@ -18,6 +18,13 @@ int32_t SineValue(int8_t position) {
     return static_cast<int32_t>(std::nearbyint(std::fabs(std::sin(position * kPi / 32.0) * 256.0)));
 }
 
+// Panning moved by the volume column's slides: deliberately without limits here; the
+// voice update clamps the final panning.
+void PanningNudge(XmChannel* ch, int32_t delta) {
+    ch->panning += delta;
+    ch->flags |= kChangePanning;
+}
+
 // One envelope tick over (tick, value) points; see XmVolumeEnvelopeTick.
 struct EnvelopeState {
     int32_t* tick;
@@ -126,14 +133,11 @@ void XmVolumeColumnFirstTick(XmChannel* ch, uint8_t b) {
             ch->panning = v * 16;
             ch->flags |= kChangePanning;
             break;
-        // Deliberate: no limits here; the voice update clamps the final panning.
         case 0xD:
-            ch->panning -= v;
-            ch->flags |= kChangePanning;
+            PanningNudge(ch, -v);
             break;
         case 0xE:
-            ch->panning += v;
-            ch->flags |= kChangePanning;
+            PanningNudge(ch, v);
             break;
         case 0xF:
             if (v) ch->portamentoSpeed = static_cast<uint8_t>(v * 16);
@@ -161,14 +165,11 @@ void XmVolumeColumnLaterTick(XmChannel* ch, uint8_t b) {
             XmVibratoStep(ch);
             XmVibratoAdvance(ch);
             break;
-        // Deliberate: the volume column's panning slides have no limits.
         case 0xD:
-            ch->panning -= v;
-            ch->flags |= kChangePanning;
+            PanningNudge(ch, -v);
             break;
         case 0xE:
-            ch->panning += v;
-            ch->flags |= kChangePanning;
+            PanningNudge(ch, v);
             break;
         case 0xF:
             XmTonePortamentoStep(ch);

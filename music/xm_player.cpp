@@ -45,6 +45,35 @@ void ChannelInstrument(const XmPlayer* p, const XmChannel* ch, const XmInstrumen
     *sample = slot < kXmSamplesPerInstrument ? in->samples[slot] : XmEmptySample();
 }
 
+// The effect context of a channel on this tick, with its instrument and sample.
+XmEffectContext ChannelContext(XmPlayer* p, XmChannel* ch, const XmNote* cell, int* inRange) {
+    XmEffectContext ctx = {};
+    ctx.player = p;
+    ctx.channel = ch;
+    ctx.cell = cell;
+    ctx.x = static_cast<uint8_t>(cell->parameter >> 4);
+    ctx.y = static_cast<uint8_t>(cell->parameter & 15);
+    ChannelInstrument(p, ch, &ctx.instrument, &ctx.sample, inRange);
+    return ctx;
+}
+
+// The envelopes' tick and the fadeout after key-off. On a row's first tick a key-off
+// without a volume envelope cuts the note.
+void EnvelopesTick(XmChannel* ch, const XmInstrument* in, int firstTick) {
+    if (in->volumeType & kXmEnvelopeOn) {
+        if (!ch->volumeEnvelopeDone) XmVolumeEnvelopeTick(ch, in);
+    } else if (firstTick && ch->keyReleased) {
+        ch->envelopeVolume = 0;
+    }
+    if ((in->panningType & kXmEnvelopeOn) && !ch->panningEnvelopeDone)
+        XmPanningEnvelopeTick(ch, in);
+    if (ch->keyReleased) {
+        ch->fadeoutVolume -= static_cast<int32_t>(in->fadeout);
+        if (ch->fadeoutVolume < 0) ch->fadeoutVolume = 0;
+        ch->flags |= kChangeVolume;
+    }
+}
+
 void SongLoopNote(XmPlayer* p, uint32_t order) {
     const uint8_t bit = static_cast<uint8_t>(1u << (order & 7));
     uint8_t* byte = p->ordersPlayed + ((order & 255) >> 3);
@@ -67,24 +96,17 @@ void RowFirstTick(XmPlayer* p) {
         const uint8_t note = cell->note;
         const int portamento = cell->effect == 3 || cell->effect == 5;
         const int pitched = note >= 1 && note <= 96;
-        XmEffectContext ctx = {p,
-                               ch,
-                               cell,
-                               nullptr,
-                               nullptr,
-                               static_cast<uint8_t>(cell->parameter >> 4),
-                               static_cast<uint8_t>(cell->parameter & 15),
-                               ch->volume,
-                               ch->period,
-                               ch->panning,
-                               &rowJumped};
 
         if (cell->instrument && !portamento)
             ch->instrument = static_cast<uint8_t>(cell->instrument - 1);
         if (pitched && !portamento) ch->note = static_cast<uint8_t>(note - 1);
 
         int inRange;
-        ChannelInstrument(p, ch, &ctx.instrument, &ctx.sample, &inRange);
+        XmEffectContext ctx = ChannelContext(p, ch, cell, &inRange);
+        ctx.volumeBefore = ch->volume;  // step 2 has not touched these
+        ctx.periodBefore = ch->period;
+        ctx.panningBefore = ch->panning;
+        ctx.rowJumped = &rowJumped;
         if (!portamento && inRange) ch->sample = ctx.sample;
 
         if (ch->lastEffect == 7 && cell->effect != 7) ch->volume += ch->volumeShift;
@@ -106,18 +128,7 @@ void RowFirstTick(XmPlayer* p) {
         if (note == kXmKeyOff || cell->effect == 20) ch->keyReleased = 1;
 
         const XmInstrument* in = ctx.instrument;
-        if (in->volumeType & kXmEnvelopeOn) {
-            if (!ch->volumeEnvelopeDone) XmVolumeEnvelopeTick(ch, in);
-        } else if (ch->keyReleased) {
-            ch->envelopeVolume = 0;  // no envelope: key-off cuts the note
-        }
-        if ((in->panningType & kXmEnvelopeOn) && !ch->panningEnvelopeDone)
-            XmPanningEnvelopeTick(ch, in);
-        if (ch->keyReleased) {
-            ch->fadeoutVolume -= static_cast<int32_t>(in->fadeout);
-            if (ch->fadeoutVolume < 0) ch->fadeoutVolume = 0;
-            ch->flags |= kChangeVolume;
-        }
+        EnvelopesTick(ch, in, 1);
 
         if (cell->effect < kXmEffectTypes) kXmFirstTickEffects[cell->effect](&ctx);
         XmAutoVibratoStep(ch, in);
@@ -130,33 +141,15 @@ void RowLaterTick(XmPlayer* p) {
     for (uint32_t c = 0; c < p->module->channels; ++c) {
         XmChannel* ch = p->channels + c;
         const XmNote* cell = row + c;
-        XmEffectContext ctx = {p,
-                               ch,
-                               cell,
-                               nullptr,
-                               nullptr,
-                               static_cast<uint8_t>(cell->parameter >> 4),
-                               static_cast<uint8_t>(cell->parameter & 15),
-                               0,
-                               0,
-                               0,
-                               nullptr};
+
         int inRange;
-        ChannelInstrument(p, ch, &ctx.instrument, &ctx.sample, &inRange);
+        XmEffectContext ctx = ChannelContext(p, ch, cell, &inRange);
         const XmInstrument* in = ctx.instrument;
 
         ch->volumeShift = 0;
         ch->periodShift = 0;
         ch->flags = 0;
-        if ((in->volumeType & kXmEnvelopeOn) && !ch->volumeEnvelopeDone)
-            XmVolumeEnvelopeTick(ch, in);
-        if ((in->panningType & kXmEnvelopeOn) && !ch->panningEnvelopeDone)
-            XmPanningEnvelopeTick(ch, in);
-        if (ch->keyReleased) {
-            ch->fadeoutVolume -= static_cast<int32_t>(in->fadeout);
-            if (ch->fadeoutVolume < 0) ch->fadeoutVolume = 0;
-            ch->flags |= kChangeVolume;
-        }
+        EnvelopesTick(ch, in, 0);
         XmVolumeColumnLaterTick(ch, cell->volume);
         if (cell->effect < kXmEffectTypes) kXmLaterTickEffects[cell->effect](&ctx);
         XmAutoVibratoStep(ch, in);
