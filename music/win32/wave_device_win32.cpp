@@ -1,7 +1,8 @@
 // The Windows wave device: wave-out with one looping header over the whole ring,
 // the position read in bytes; CreateThread and Sleep; modules as RCDATA resources.
-#include <mmsystem.h>
 #include <windows.h>
+// After windows.h, which it builds on.
+#include <mmsystem.h>
 
 #include "music/wave_device.h"
 
