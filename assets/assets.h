@@ -8,11 +8,11 @@
 // ---------------------------------------------------------------- bitmap records
 // A bitmap record is a 1080-byte header block followed by the pixels, top row first:
 //   0    file header (14 bytes): "BM", u32 record size, two u16 zero, u32 pixel offset
-//   14   two bytes of padding (the info header sits on a 4-byte boundary)
-//   16   info header (40 bytes): u32 40, i32 width, i32 height, u16 planes, u16 bits,
+//   14   info header (40 bytes): u32 40, i32 width, i32 height, u16 planes, u16 bits,
 //        u32 compression (3 = bit fields for 16 bits), u32 pixel bytes, ...
-//   56   colour table area, 256 x 4 bytes: the grey ramp of 8-bit records; for
+//   54   colour table area, 256 x 4 bytes: the grey ramp of 8-bit records; for
 //        16-bit records the 5.6.5 channel masks 0xF800, 0x07E0, 0x001F
+//   1078 two spare bytes
 //   1080 pixels, little-endian, width x bits / 8 bytes a row
 constexpr int32_t kBitmapHeaderBytes = 1080;
 
@@ -87,8 +87,8 @@ extern const unsigned long MeshBalloon_size;
 
 // ---------------------------------------------------------------- texts
 // The info lines; AppInit copies them into its table, which has a null 49th entry.
-constexpr int kInfoLineCount = 48;
-extern const char* const kInfoLines[kInfoLineCount];
+constexpr int kFestivalInfoLineCount = 48;
+extern const char* const kFestivalInfoLines[kFestivalInfoLineCount];
 // The scroller message: English, then Russian in Windows-1251 (each byte selects the
 // font cell of its value). Zero-terminated; kScrollerTextLength bytes before the zero.
 extern const char kScrollerText[];

@@ -16,10 +16,12 @@ uint32_t ReadU16(const unsigned char* p) {
 
 int BitmapRecordRead(const unsigned char* record, unsigned long size, BitmapInfo* out) {
     if (!record || !out || size < static_cast<unsigned long>(kBitmapHeaderBytes)) return 0;
-    if (record[0] != 'B' || record[1] != 'M' || ReadU32(record + 16) != 40) return 0;
-    const int32_t width = static_cast<int32_t>(ReadU32(record + 20));
-    const int32_t height = static_cast<int32_t>(ReadU32(record + 24));
-    const int32_t bits = static_cast<int32_t>(ReadU16(record + 30));
+    if (record[0] != 'B' || record[1] != 'M' || ReadU32(record + 14) != 40) return 0;
+    const int32_t width = static_cast<int32_t>(ReadU32(record + 18));
+    int32_t height = static_cast<int32_t>(ReadU32(record + 22));
+    const int32_t bits = static_cast<int32_t>(ReadU16(record + 28));
+    // Rows are top row first either way; a negative height only says so explicitly.
+    if (height < 0 && height > -65536) height = -height;
     if (width <= 0 || height <= 0 || width > 65536 || height > 65536) return 0;
     if (bits != 8 && bits != 16) return 0;
     const int32_t pitch = width * bits / 8;

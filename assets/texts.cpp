@@ -2,55 +2,55 @@
 // The info lines and the scroller message (English, then Russian in Windows-1251).
 #include "assets/assets.h"
 
-const char* const kInfoLines[kInfoLineCount] = {
-    "Korvane'06: 18-20 August 2006",  // 0
-    "Old Ferry Hall, Korvane Bay",  // 1
-    "",  // 2
-    "Platforms:",  // 3
-    "ZX-Spectrum",  // 4
-    "Amiga",  // 5
-    "Pegasos",  // 6
-    "PC",  // 7
-    "Mobile platforms",  // 8
-    "",  // 9
-    "Demo competitions ",  // 10
-    "4k Intro",  // 11
-    "64k Intro",  // 12
-    "16mb Demo",  // 13
-    "",  // 14
-    "Graphics competitions",  // 15
-    "Gfx Rendered",  // 16
-    "Gfx Handdrawn",  // 17
-    "Gfx Freestyle",  // 18
-    "Gfx Ascii",  // 19
-    "",  // 20
-    "Music competitions",  // 21
+const char* const kFestivalInfoLines[kFestivalInfoLineCount] = {
+    "Korvane'06: 18-20 August 2006",   // 0
+    "Old Ferry Hall, Korvane Bay",     // 1
+    "",                                // 2
+    "Platforms:",                      // 3
+    "ZX-Spectrum",                     // 4
+    "Amiga",                           // 5
+    "Pegasos",                         // 6
+    "PC",                              // 7
+    "Mobile platforms",                // 8
+    "",                                // 9
+    "Demo competitions ",              // 10
+    "4k Intro",                        // 11
+    "64k Intro",                       // 12
+    "16mb Demo",                       // 13
+    "",                                // 14
+    "Graphics competitions",           // 15
+    "Gfx Rendered",                    // 16
+    "Gfx Handdrawn",                   // 17
+    "Gfx Freestyle",                   // 18
+    "Gfx Ascii",                       // 19
+    "",                                // 20
+    "Music competitions",              // 21
     "Multichannel Traditional Music",  // 22
     "Multichannel Alternative Music",  // 23
-    "MP3/OGG Music",  // 24
-    "MP3/OGG Song",  // 25
-    "Chip Tune Music",  // 26
-    "",  // 27
-    "ZX-Spectrum competitions",  // 28
-    "4k Intro",  // 29
-    "640k Demo",  // 30
-    "640k Game",  // 31
-    "",  // 32
-    "ZX Spectrum Graphics",  // 33
-    "ZX Spectrum AY/YM-Music",  // 34
-    "",  // 35
-    "Other competitions",  // 36
-    "Animation",  // 37
-    "Wild",  // 38
-    "",  // 39
-    "Flash 4mb demo",  // 40
-    "",  // 41
-    "And of course many many...",  // 42
-    "additional fun-compos! :)",  // 43
-    "",  // 44
-    "www.korvane06.example",  // 45
-    "",  // 46
-    "",  // 47
+    "MP3/OGG Music",                   // 24
+    "MP3/OGG Song",                    // 25
+    "Chip Tune Music",                 // 26
+    "",                                // 27
+    "ZX-Spectrum competitions",        // 28
+    "4k Intro",                        // 29
+    "640k Demo",                       // 30
+    "640k Game",                       // 31
+    "",                                // 32
+    "ZX Spectrum Graphics",            // 33
+    "ZX Spectrum AY/YM-Music",         // 34
+    "",                                // 35
+    "Other competitions",              // 36
+    "Animation",                       // 37
+    "Wild",                            // 38
+    "",                                // 39
+    "Flash 4mb demo",                  // 40
+    "",                                // 41
+    "And of course many many...",      // 42
+    "additional fun-compos! :)",       // 43
+    "",                                // 44
+    "www.korvane06.example",           // 45
+    "",                                // 46
+    "",                                // 47
 };
 
 // 593 bytes, 166 of them above 0x7F. The Russian paragraph reads:

@@ -286,9 +286,9 @@ int FontPreviews(const std::string& dir) {
     Canvas screen(640, 940, Sky(0.6));
     for (int y = 470; y < 940; ++y)
         for (int x = 0; x < 640; ++x) screen.px[y * 640 + x] = Sky(-0.9);
-    const int width = static_cast<int>(std::strlen(kInfoLines[0])) * 20;
-    DrawText(screen, kInfoLines[0], static_cast<int>(std::strlen(kInfoLines[0])), (640 - width) / 2,
-             10);
+    const int width = static_cast<int>(std::strlen(kFestivalInfoLines[0])) * 20;
+    DrawText(screen, kFestivalInfoLines[0], static_cast<int>(std::strlen(kFestivalInfoLines[0])),
+             (640 - width) / 2, 10);
     for (int row = 0; row * 32 < kScrollerTextLength; ++row)
         DrawText(screen, kScrollerText + row * 32, std::min(32, kScrollerTextLength - row * 32), 0,
                  56 + row * 44);

@@ -58,7 +58,7 @@ TEST(Font, ContainerAndCellGeometry) {
 
 TEST(Font, GlyphsForEveryTextByteAndNoneForControlCodes) {
     std::string bytes(kScrollerText, kScrollerTextLength);
-    for (int i = 0; i < kInfoLineCount; ++i) bytes += kInfoLines[i];
+    for (int i = 0; i < kFestivalInfoLineCount; ++i) bytes += kFestivalInfoLines[i];
     for (unsigned char c : bytes) {
         if (c == ' ') continue;
         int first, last;
@@ -112,12 +112,13 @@ TEST(Texts, InfoLineTableAndScroller) {
         {43, "additional fun-compos! :)"},
     };
     const int empty[] = {2, 9, 14, 20, 27, 32, 35, 39, 41, 44, 46, 47};
-    for (const auto& [index, text] : fixed) EXPECT_STREQ(kInfoLines[index], text) << index;
-    for (int index : empty) EXPECT_STREQ(kInfoLines[index], "") << index;
-    for (int index : {0, 1, 45}) EXPECT_GT(std::strlen(kInfoLines[index]), 0u) << index;
-    EXPECT_NE(std::strstr(kInfoLines[0], "Korvane'06"), nullptr);
-    for (int i = 0; i < kInfoLineCount; ++i)
-        EXPECT_LE(std::strlen(kInfoLines[i]), 32u) << "line " << i << " is wider than the screen";
+    for (const auto& [index, text] : fixed) EXPECT_STREQ(kFestivalInfoLines[index], text) << index;
+    for (int index : empty) EXPECT_STREQ(kFestivalInfoLines[index], "") << index;
+    for (int index : {0, 1, 45}) EXPECT_GT(std::strlen(kFestivalInfoLines[index]), 0u) << index;
+    EXPECT_NE(std::strstr(kFestivalInfoLines[0], "Korvane'06"), nullptr);
+    for (int i = 0; i < kFestivalInfoLineCount; ++i)
+        EXPECT_LE(std::strlen(kFestivalInfoLines[i]), 32u)
+            << "line " << i << " is wider than the screen";
 
     ASSERT_EQ(std::strlen(kScrollerText), static_cast<size_t>(kScrollerTextLength));
     EXPECT_EQ(kScrollerTextLength, 593);

@@ -114,26 +114,26 @@ void PutU32(std::vector<uint8_t>& out, size_t at, uint32_t v) {
     for (int i = 0; i < 4; ++i) out[at + i] = static_cast<uint8_t>(v >> (8 * i));
 }
 
-// The header block: file header, two bytes of padding, info header, colour table area
-// (holding the three 5.6.5 channel masks).
+// The header block: file header, info header, colour table area (holding the three
+// 5.6.5 channel masks), two spare bytes.
 void WriteHeader(std::vector<uint8_t>& out) {
     const uint32_t pixelBytes = kSheetWidth * kSheetHeight * 2;
     out[0] = 'B';
     out[1] = 'M';
     PutU32(out, 2, kHeaderBytes + pixelBytes);
     PutU32(out, 10, kHeaderBytes);
-    PutU32(out, 16, 40);
-    PutU32(out, 20, kSheetWidth);
-    PutU32(out, 24, kSheetHeight);
-    PutU16(out, 28, 1);
-    PutU16(out, 30, 16);
-    PutU32(out, 32, 3);
-    PutU32(out, 36, pixelBytes);
-    PutU32(out, 40, 2835);
-    PutU32(out, 44, 2835);
-    PutU32(out, 56, 0xF800);
-    PutU32(out, 60, 0x07E0);
-    PutU32(out, 64, 0x001F);
+    PutU32(out, 14, 40);
+    PutU32(out, 18, kSheetWidth);
+    PutU32(out, 22, kSheetHeight);
+    PutU16(out, 26, 1);
+    PutU16(out, 28, 16);
+    PutU32(out, 30, 3);
+    PutU32(out, 34, pixelBytes);
+    PutU32(out, 38, 2835);
+    PutU32(out, 42, 2835);
+    PutU32(out, 54, 0xF800);
+    PutU32(out, 58, 0x07E0);
+    PutU32(out, 62, 0x001F);
 }
 
 }  // namespace
