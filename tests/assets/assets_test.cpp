@@ -10,7 +10,10 @@
 #include <vector>
 
 #include "assets/assets.h"
+#include "demo/overlay.h"
 #include "display/colour.h"
+#include "display/display.h"
+#include "display/headless/display_headless.h"
 #include "tests/assets/mesh_check.h"
 
 namespace {
@@ -73,6 +76,36 @@ TEST(Font, GlyphsForEveryTextByteAndNoneForControlCodes) {
         GlyphColumns(c, &first, &last);
         EXPECT_EQ(last, -1) << "control code " << c << " has pixels";
     }
+}
+
+// The overlay's own font set-up reads this container: a drawn glyph is the cell's
+// pixels, its transparent ones leave the surface alone.
+TEST(Font, DrawnByTheOverlay) {
+    DisplayRelease();
+    HeadlessDisplaySetFailInit(0);
+    HeadlessDisplaySetBitCount(16);
+    ASSERT_EQ(DisplayInit(640, 480, 16, 0, 0), 1);
+    Surface* back = DisplayBackSurface();
+    Sprite sprite;
+    ASSERT_EQ(FontCreate(FontImage, &sprite), 1);
+    SurfaceClear(back, 0, nullptr);
+    const char text[] = {'K', static_cast<char>(0xC6), 0};  // K and Cyrillic Zhe
+    EXPECT_EQ(TextDraw(&sprite, 100, 50, text, 20, 52, back), 40);
+    uint16_t* pixels;
+    int32_t pitch;
+    ASSERT_EQ(SurfaceLockMemory(back, &pixels, &pitch), 1);
+    for (int y = 0; y < 42; ++y) {
+        for (int x = 0; x < 20; ++x) {
+            EXPECT_EQ(pixels[(50 + y) * (pitch / 2) + 100 + x],
+                      FontPixel(11 * 49 + 1 + x, 4 * 43 + 1 + y));
+            const uint16_t zhe = FontPixel(6 * 49 + 1 + x, 12 * 43 + 1 + y);
+            if (zhe) {
+                EXPECT_EQ(pixels[(50 + y) * (pitch / 2) + 120 + x], zhe);
+            }
+        }
+    }
+    SurfaceUnlockMemory(back);
+    DisplayRelease();
 }
 
 TEST(Texts, InfoLineTableAndScroller) {
