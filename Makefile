@@ -1,12 +1,13 @@
 # Two commands do all the set-up on a fresh Debian machine:
 #   make run    installs what is missing, builds and starts the intro
 #   make test   installs what is missing, builds and runs the test suite
-# and: make windows (cross-builds invitro.exe), make bench, make asan, make tsan.
+# and: make windows (cross-builds invitro.exe), make bench, make asan, make tsan,
+# make assets (regenerates assets/ from tools/assets/).
 
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: run test build windows bench asan tsan clean
+.PHONY: run test build windows bench asan tsan assets clean
 
 build:
 	@scripts/deps.sh build
@@ -38,6 +39,12 @@ asan:
 tsan:
 	@scripts/deps.sh build
 	@cmake --preset tsan >/dev/null && cmake --build --preset tsan && ctest --preset tsan
+
+# Regenerates everything in assets/ from the generators in tools/assets/ (each folder
+# there has an executable `generate` that writes its outputs into assets/).
+assets:
+	@scripts/deps.sh assets
+	@for g in tools/assets/*/generate; do echo "== $$g"; "$$g" || exit 1; done
 
 clean:
 	rm -rf build
