@@ -157,7 +157,7 @@ static inline Double2 Intensity(Double2 dp, Double2 intensity) {
 // The intensities of the cone spot, one lane and vertex at a time.
 template <int kVertices>
 static void ConeIntensities(const LightTerm& light, const TrianglePair& pair,
-                            Double2 intensity[kVertices]) {
+                            Double2 (&intensity)[kVertices]) {
     for (int lane = 0; lane < 2; ++lane) {
         const Vertex3D* v = pair.tri[lane]->tvlist;
         for (int i = 0; i < kVertices; ++i) {
@@ -174,10 +174,20 @@ static void ConeIntensities(const LightTerm& light, const TrianglePair& pair,
             const double cp = light.power <= 1 ? c : std::pow(c, static_cast<double>(light.power));
             const double attenuation = light.kc[0] + light.kl[0] * d + light.kq[0] * d * d;
             intensity[i][lane] = 128 * dp * cp / attenuation;
-            if (kVertices == 1) intensity[i][lane] /= pair.normalLength[lane];
+            if constexpr (kVertices == 1) intensity[i][lane] /= pair.normalLength[lane];
         }
     }
 }
+
+// One light as a pair of triangles sees it. Infinite, point and plain spot lights all
+// come to intensity = 128 * (normal . v) / divisor, where v is the light direction or,
+// for a point light, l from vertex 0, and the divisor is 1 (exact), the attenuation, or
+// the attenuation times the distance. Cone spots carry their intensities instead.
+struct PairLight {
+    Double2 x, y, z;
+    Double2 divisor;
+    Double2 product[3];  // light channel * base channel * 2^-15
+};
 
 // Channel sums of a pair: kVertices is 1 for flat shading (the face normal, intensities
 // divided by the normal length) and 3 for Gouraud (vertex normals). Point and plain spot
@@ -186,72 +196,73 @@ static void ConeIntensities(const LightTerm& light, const TrianglePair& pair,
 // A term t = (light channel * base channel) * intensity / 32768 lies in [0, 2^31); the
 // bits of the double t + 1.5 * 2^52 are 0x4338000000000000 + t rounded to the nearest
 // integer (ties to even), so adding those bits adds the rounded term to the low 32 bits
-// of a sum, which are all that is read in the end. Scaling by 2^-15 is exact, so the
-// light channels carry it beforehand.
+// of a sum, which are all that is read in the end. Terms are whole numbers, so the order
+// in which lights add them does not matter.
 template <int kVertices>
 static void LightPair(const LightTerm* lights, int32_t count, const TrianglePair& pair,
                       Word2 sums[kVertices][3]) {
-    const auto flat = [&pair](Double2 intensity) {
-        if constexpr (kVertices == 1) return intensity / pair.normalLength;
-        return intensity;
-    };
-    const auto dot = [&pair](int i, Double2 x, Double2 y, Double2 z) {
-        return pair.nx[i] * x + pair.ny[i] * y + pair.nz[i] * z;
-    };
-    const Double2 shift = Splat(6755399441055744.0);
+    PairLight direct[kMaxLights];
+    PairLight cone[kMaxLights];
+    Double2 coneIntensity[kMaxLights][kVertices];
+    int32_t directCount = 0, coneCount = 0;
+    Word2 ambient[3] = {};
+
     for (int32_t k = 0; k < count; ++k) {
         const LightTerm& light = lights[k];
-        Double2 intensity[kVertices];
-        switch (light.kind) {
-            case kLightAmbient:
-                for (int ch = 0; ch < 3; ++ch) {
-                    const uint32_t c = light.colour[ch];
-                    const Word2 term = {(c * static_cast<uint32_t>(pair.base[ch][0])) >> 8,
-                                        (c * static_cast<uint32_t>(pair.base[ch][1])) >> 8};
-                    for (int i = 0; i < kVertices; ++i) sums[i][ch] += term;
-                }
-                continue;
-            case kLightInfinite:
-                for (int i = 0; i < kVertices; ++i) {
-                    const Double2 dp = dot(i, light.dx, light.dy, light.dz);
-                    intensity[i] = Intensity(dp, flat(Splat(128.0) * dp));
-                }
-                break;
-            case kLightPoint:
-            case kLightSpot: {
-                const Double2 lx = FloatRounded(light.px - pair.x0);
-                const Double2 ly = FloatRounded(light.py - pair.y0);
-                const Double2 lz = FloatRounded(light.pz - pair.z0);
-                const Double2 d = LightDistance(lx, ly, lz, light.inRange && pair.inRange);
-                const Double2 attenuation = light.kc + light.kl * d + light.kq * d * d;
-                if (light.kind == kLightPoint) {
-                    const Double2 divisor = attenuation * d;
-                    for (int i = 0; i < kVertices; ++i) {
-                        const Double2 dp = dot(i, lx, ly, lz);
-                        intensity[i] = Intensity(dp, flat(Splat(128.0) * dp / divisor));
-                    }
-                } else {
-                    for (int i = 0; i < kVertices; ++i) {
-                        const Double2 dp = dot(i, light.dx, light.dy, light.dz);
-                        intensity[i] = Intensity(dp, flat(Splat(128.0) * dp / attenuation));
-                    }
-                }
-                break;
+        if (light.kind == kLightAmbient) {
+            for (int ch = 0; ch < 3; ++ch) {
+                const uint32_t c = light.colour[ch];
+                ambient[ch] += Word2{(c * static_cast<uint32_t>(pair.base[ch][0])) >> 8,
+                                     (c * static_cast<uint32_t>(pair.base[ch][1])) >> 8};
             }
-            case kLightSpotCone:
-                ConeIntensities<kVertices>(light, pair, intensity);
-                for (int i = 0; i < kVertices; ++i)
-                    intensity[i] = Intensity(intensity[i], intensity[i]);
-                break;
-            default:
-                continue;
+            continue;
         }
-        for (int ch = 0; ch < 3; ++ch) {
-            const Double2 product = light.channel[ch] * pair.base[ch];
-            for (int i = 0; i < kVertices; ++i) {
-                sums[i][ch] += std::bit_cast<Word2>(product * intensity[i] + shift);
+        PairLight& out = light.kind == kLightSpotCone ? cone[coneCount] : direct[directCount];
+        for (int ch = 0; ch < 3; ++ch) out.product[ch] = light.channel[ch] * pair.base[ch];
+        if (light.kind == kLightSpotCone) {
+            ConeIntensities<kVertices>(light, pair, coneIntensity[coneCount]);
+            for (Double2& intensity : coneIntensity[coneCount]) {
+                intensity = Intensity(intensity, intensity);
+            }
+            ++coneCount;
+            continue;
+        }
+        out.x = light.dx, out.y = light.dy, out.z = light.dz;
+        out.divisor = Splat(1.0);
+        if (light.kind != kLightInfinite) {
+            const Double2 lx = FloatRounded(light.px - pair.x0);
+            const Double2 ly = FloatRounded(light.py - pair.y0);
+            const Double2 lz = FloatRounded(light.pz - pair.z0);
+            const Double2 d = LightDistance(lx, ly, lz, light.inRange && pair.inRange);
+            out.divisor = light.kc + light.kl * d + light.kq * d * d;
+            if (light.kind == kLightPoint) {
+                out.divisor = out.divisor * d;
+                out.x = lx, out.y = ly, out.z = lz;
             }
         }
+        ++directCount;
+    }
+
+    const Double2 shift = Splat(6755399441055744.0);
+    for (int i = 0; i < kVertices; ++i) {
+        Word2 r = ambient[0], g = ambient[1], b = ambient[2];
+        for (int32_t k = 0; k < directCount; ++k) {
+            const PairLight& light = direct[k];
+            const Double2 dp = pair.nx[i] * light.x + pair.ny[i] * light.y + pair.nz[i] * light.z;
+            Double2 intensity = Splat(128.0) * dp / light.divisor;
+            if constexpr (kVertices == 1) intensity = intensity / pair.normalLength;
+            intensity = Intensity(dp, intensity);
+            r += std::bit_cast<Word2>(light.product[0] * intensity + shift);
+            g += std::bit_cast<Word2>(light.product[1] * intensity + shift);
+            b += std::bit_cast<Word2>(light.product[2] * intensity + shift);
+        }
+        for (int32_t k = 0; k < coneCount; ++k) {
+            const Double2 intensity = coneIntensity[k][i];
+            r += std::bit_cast<Word2>(cone[k].product[0] * intensity + shift);
+            g += std::bit_cast<Word2>(cone[k].product[1] * intensity + shift);
+            b += std::bit_cast<Word2>(cone[k].product[2] * intensity + shift);
+        }
+        sums[i][0] = r, sums[i][1] = g, sums[i][2] = b;
     }
 }
 
@@ -291,9 +302,6 @@ static void LightTriangles(const LightTerm* lights, int32_t count, RasterTri* a,
         }
     }
     Word2 sums[kVertices][3];
-    for (int i = 0; i < kVertices; ++i) {
-        for (int ch = 0; ch < 3; ++ch) sums[i][ch] = Word2{0, 0};
-    }
     LightPair<kVertices>(lights, count, pair, sums);
     for (int lane = 0; lane < 2; ++lane) {
         for (int i = 0; i < kVertices; ++i) pair.tri[lane]->litColor[i] = PackSum(sums[i], lane);
