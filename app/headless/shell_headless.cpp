@@ -15,13 +15,25 @@ static int gInput, gKeyboard;
 static int gScreenSaverActive = 1;
 static int gCursorShown = 1;
 
-void HeadlessClockSet(uint32_t ms) { gClock = ms; }
-uint32_t HeadlessClockNow() { return gClock; }
-uint32_t TickNow() { return gClock; }
-void FrameClockSpin() { ++gClock; }
+void HeadlessClockSet(uint32_t ms) {
+    gClock = ms;
+}
+uint32_t HeadlessClockNow() {
+    return gClock;
+}
+uint32_t TickNow() {
+    return gClock;
+}
+void FrameClockSpin() {
+    ++gClock;
+}
 
-void HeadlessKeySet(int scanCode, uint8_t value) { gPhysicalKeys[scanCode & 255] = value; }
-void HeadlessEscapeAsyncSet(int down) { gEscapeAsync = down; }
+void HeadlessKeySet(int scanCode, uint8_t value) {
+    gPhysicalKeys[scanCode & 255] = value;
+}
+void HeadlessEscapeAsyncSet(int down) {
+    gEscapeAsync = down;
+}
 void HeadlessKeyboardSetFail(int createFails, int readFails) {
     gCreateFails = createFails;
     gReadFails = readFails;
@@ -49,17 +61,35 @@ int KeyboardRead() {
 
 void KeyboardRelease() {}
 void InputRelease() {}
-const uint8_t* KeyboardState() { return gKeyState; }
-int KeyboardEscapeAsync() { return gEscapeAsync; }
+const uint8_t* KeyboardState() {
+    return gKeyState;
+}
+int KeyboardEscapeAsync() {
+    return gEscapeAsync;
+}
 
-int MessagePeek(AppMessage* msg) { return SoftMessageTake(msg); }
-int HeadlessPostMessage(uint32_t id, uintptr_t wParam) { return SoftMessagePost(id, wParam); }
-int HeadlessPendingMessages() { return SoftMessagePending(); }
+int MessagePeek(AppMessage* msg) {
+    return SoftMessageTake(msg);
+}
+int HeadlessPostMessage(uint32_t id, uintptr_t wParam) {
+    return SoftMessagePost(id, wParam);
+}
+int HeadlessPendingMessages() {
+    return SoftMessagePending();
+}
 
-void ScreenSaverActivate(int active) { gScreenSaverActive = active; }
-void CursorShow(int show) { gCursorShown = show; }
-int HeadlessScreenSaverActive() { return gScreenSaverActive; }
-int HeadlessCursorShown() { return gCursorShown; }
+void ScreenSaverActivate(int active) {
+    gScreenSaverActive = active;
+}
+void CursorShow(int show) {
+    gCursorShown = show;
+}
+int HeadlessScreenSaverActive() {
+    return gScreenSaverActive;
+}
+int HeadlessCursorShown() {
+    return gCursorShown;
+}
 
 void HeadlessReset() {
     gClock = 0;

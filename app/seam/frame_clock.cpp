@@ -12,7 +12,9 @@ uint32_t FrameStartStamp() {
     return gFrameStart;
 }
 
-uint32_t FrameStartTick() { return gFrameStart; }
+uint32_t FrameStartTick() {
+    return gFrameStart;
+}
 
 uint32_t WaitFrameTime(uint32_t ms) {
     // A busy wait, not a sleep: the pacing is a minimum frame time.
@@ -29,7 +31,9 @@ float FramesPerSecondUpdate() {
     return gFramesPerSecond;
 }
 
-float FramesPerSecond() { return gFramesPerSecond; }
+float FramesPerSecond() {
+    return gFramesPerSecond;
+}
 
 void FrameFinish() {
     WaitFrameTime(25);

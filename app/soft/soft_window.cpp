@@ -21,12 +21,18 @@ int SoftMessageTake(AppMessage* msg) {
     return 1;
 }
 
-int SoftMessagePending() { return gCount; }
+int SoftMessagePending() {
+    return gCount;
+}
 
-void SoftMessageClear() { gHead = gCount = 0; }
+void SoftMessageClear() {
+    gHead = gCount = 0;
+}
 
 void MessageDispatch(const AppMessage* msg) {
     if (msg->id == kMessageDestroy) SoftMessagePost(kMessageQuit, 0);
 }
 
-void WindowPostDestroy() { SoftMessagePost(kMessageDestroy, 0); }
+void WindowPostDestroy() {
+    SoftMessagePost(kMessageDestroy, 0);
+}

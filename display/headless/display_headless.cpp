@@ -13,9 +13,15 @@ void HeadlessDisplaySetSink(HeadlessPresentSink sink, void* user) {
     gSink = sink;
     gSinkUser = user;
 }
-void HeadlessDisplaySetBitCount(uint32_t bits) { gBitCount = bits; }
-void HeadlessDisplaySetFailInit(int fail) { gFailInit = fail; }
-int32_t HeadlessDisplayPresentCount() { return gPresentCount; }
+void HeadlessDisplaySetBitCount(uint32_t bits) {
+    gBitCount = bits;
+}
+void HeadlessDisplaySetFailInit(int fail) {
+    gFailInit = fail;
+}
+int32_t HeadlessDisplayPresentCount() {
+    return gPresentCount;
+}
 
 int SoftBackendInit(int32_t, int32_t, int32_t, uint32_t* primaryBitCount) {
     if (gFailInit) return 0;

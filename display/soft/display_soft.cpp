@@ -69,8 +69,12 @@ int DisplayPresent() {
     return SoftBackendPresent(gBack);
 }
 
-Surface* DisplayBackSurface() { return gBack; }
-uint32_t DisplayPixelBitCount() { return gPixelBitCount; }
+Surface* DisplayBackSurface() {
+    return gBack;
+}
+uint32_t DisplayPixelBitCount() {
+    return gPixelBitCount;
+}
 
 void SurfaceLock() {
     if (gLockPointer || !gBack) return;
@@ -87,8 +91,12 @@ int SurfaceUnlock() {
     return 1;
 }
 
-uint16_t* DisplayLockPointer() { return gLockPointer; }
-int32_t DisplayLockPitch() { return gLockPitch; }
+uint16_t* DisplayLockPointer() {
+    return gLockPointer;
+}
+int32_t DisplayLockPitch() {
+    return gLockPitch;
+}
 
 int SurfaceClear(Surface* surface, uint32_t colour, const SurfaceRect* rect) {
     if (!surface) return 0;
@@ -131,7 +139,9 @@ int SurfaceLockMemory(Surface* surface, uint16_t** pixels, int32_t* pitchBytes) 
     return 1;
 }
 
-int SurfaceUnlockMemory(Surface* surface) { return surface != nullptr; }
+int SurfaceUnlockMemory(Surface* surface) {
+    return surface != nullptr;
+}
 
 int SurfaceBlitKeyed(Surface* dst, const SurfaceRect* dstRect, Surface* src,
                      const SurfaceRect* srcRect) {

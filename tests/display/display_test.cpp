@@ -1,9 +1,11 @@
 // Packers, the packer choice, locking, fills and colour-keyed clipped blits.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <vector>
 
 #include "display/colour.h"
+#include "display/debug_log.h"
 #include "display/display.h"
 #include "display/headless/display_headless.h"
 #include "display/present_scale.h"
@@ -31,8 +33,8 @@ TEST(Display, PackerChosenByBitCountOnly) {
     const struct {
         uint32_t bits;
         ColourPackerFn packer;
-    } cases[] = {{15, PackRGB555}, {16, PackRGB565}, {24, PackRGB565}, {32, PackRGB565},
-                 {8, PackRGB565}};
+    } cases[] = {
+        {15, PackRGB555}, {16, PackRGB565}, {24, PackRGB565}, {32, PackRGB565}, {8, PackRGB565}};
     for (const auto& c : cases) {
         OpenDisplay(c.bits);
         EXPECT_EQ(ColourPacker, c.packer) << c.bits << " bits";
@@ -67,7 +69,9 @@ TEST(Display, FailedInitLeavesEverythingInert) {
 }
 
 static int gSinkCalls;
-static void CountingSink(const uint16_t*, int32_t, int32_t, int32_t, void*) { ++gSinkCalls; }
+static void CountingSink(const uint16_t*, int32_t, int32_t, int32_t, void*) {
+    ++gSinkCalls;
+}
 
 TEST(Display, PresentRefusedWhileLockedAndLockKept) {
     OpenDisplay(16);
@@ -229,4 +233,35 @@ TEST(Display, PresentShrinksTheFrameByOnePixel) {
     EXPECT_EQ(dst[0], 0);
     EXPECT_EQ(dst[478 * 640], 479);
     EXPECT_EQ(dst[479 * 640 + 5], 0xAAAA);
+}
+
+TEST(Display, PaletteFileKeepsTheLowByteOfEachValue) {
+    const char* path = "palette_test.pal";
+    FILE* file = std::fopen(path, "w");
+    ASSERT_NE(file, nullptr);
+    for (int i = 0; i < 256; ++i) std::fprintf(file, "%d %d %d %d\n", i, 255 - i, 256 + i, 2);
+    std::fclose(file);
+    uint8_t entries[1024] = {};
+    EXPECT_EQ(PaletteLoadFile(path, entries), 1);
+    EXPECT_EQ(entries[4 * 10 + 0], 10);
+    EXPECT_EQ(entries[4 * 10 + 1], 245);
+    EXPECT_EQ(entries[4 * 10 + 2], 10);  // 266 keeps its low byte
+    EXPECT_EQ(entries[4 * 10 + 3], 2);
+    std::remove(path);
+    EXPECT_EQ(PaletteLoadFile("no/such/palette.pal", entries), 0);
+}
+
+TEST(DebugLog, SilentUntilAFileIsOpened) {
+    EXPECT_EQ(DebugLog("\npixel format = %d", 16), 0);
+    EXPECT_EQ(DebugLog(nullptr), 0);
+    ASSERT_EQ(DebugLogOpen("debug_log_test.txt"), 1);
+    EXPECT_EQ(DebugLog("\nnum_vertices = %d", 4), 1);
+    DebugLogOpen(nullptr);
+    FILE* file = std::fopen("debug_log_test.txt", "r");
+    char text[64] = {};
+    ASSERT_NE(file, nullptr);
+    std::fread(text, 1, sizeof text - 1, file);
+    std::fclose(file);
+    EXPECT_STREQ(text, "\nnum_vertices = 4");
+    std::remove("debug_log_test.txt");
 }

@@ -10,7 +10,8 @@
 #include <vector>
 
 static void SetError(char* error, int errorSize, const std::string& text) {
-    if (error && errorSize > 0) std::snprintf(error, static_cast<size_t>(errorSize), "%s", text.c_str());
+    if (error && errorSize > 0)
+        std::snprintf(error, static_cast<size_t>(errorSize), "%s", text.c_str());
 }
 
 // Writes the picture through libpng; false when libpng reports an error.
@@ -48,7 +49,8 @@ int PngWriteRgb565(const char* path, const uint16_t* pixels, int32_t width, int3
     const std::string temporary = std::string(path) + ".part";
     FILE* file = std::fopen(temporary.c_str(), "wb");
     if (!file) {
-        SetError(error, errorSize, std::string("cannot write ") + path + ": " + std::strerror(errno));
+        SetError(error, errorSize,
+                 std::string("cannot write ") + path + ": " + std::strerror(errno));
         return 0;
     }
     std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
