@@ -86,6 +86,7 @@ BREAKDOWN_CHORDS = ["Dm", "Am", "Bb", "E", "Dm", "Am", "Bb", "E"]
 # Melodies, one string per bar: NOTE:length in 16ths (2 rows), then modifiers:
 #  ,v vibrato in the second half   ,p slide into the note (tone portamento)
 #  ,f fall off at the end          ,aXY chip arpeggio (hex)      r = rest (key-off)
+#  ,s swell through fine volume slides in the first half
 THEME = [
     "E5:3 A5:3 B5:2 C6:4 B5:2 A5:2",
     "A5:8,v G5:2 F5:2 E5:2 C5:2",
@@ -113,9 +114,9 @@ BREAKDOWN_LEAD = [
     "r:16",
     "r:16",
     "r:16",
-    "r:8 E5:4 F5:4",
-    "E5:3 A5:3 B5:2 C6:8,v",
-    "B5:4 A5:4 E5:8,v",
+    "r:8 E5:4 G#5:4",
+    "E5:3 A5:3 B5:2 C6:8,s,v",
+    "B5:4 A5:4 E5:8,s,v",
     "F5:6 A5:6 D6:4",
     "r:16",
 ]
@@ -127,7 +128,7 @@ BELL_ANSWERS = {  # bar -> [(16th, note)] answering the theme's long notes
     7: [(8, "B5"), (10, "E6"), (12, "G#6")],
 }
 
-BREAKDOWN_BELL = [
+BREAKDOWN_BELL = [  # per bar: (16th, note); each phrase falls in volume and pans across
     [(0, "F6"), (6, "E6"), (8, "D6"), (12, "A5")],
     [(0, "C6"), (6, "B5"), (8, "A5"), (12, "E5")],
     [(0, "D6"), (6, "C6"), (8, "Bb5"), (12, "F5")],
@@ -203,6 +204,9 @@ def place_melody(sec, ch, events, ins, volume=None, start_bar=0):
             param = int(arp[0][1:], 16)
             for r in range(row + (2 if "p" in mods else 0), row + length):
                 sec.put(r, ch, fx=(ARPEGGIO, param))
+        if "s" in mods:
+            for r in range(row + 1, row + length // 2, 2):
+                sec.put(r, ch, fx=ext(E_FINE_UP, 3))
         if "v" in mods:
             half = row + length // 2
             sec.put(half, ch, fx=(VIBRATO, 0x52))
@@ -469,8 +473,9 @@ def breakdown():
     bass_long(sec, BREAKDOWN_CHORDS[:6])
     arp(sec, BREAKDOWN_CHORDS[:6], 14, step=1, order=[0, 1, 2, 1, 2, 0])
     for bar, notes in enumerate(BREAKDOWN_BELL):
-        for slot, name in notes:
-            sec.put(bar * ROWS_PER_BAR + slot * 2, BELL, note=N(name), ins=I_BELL, v=vol(40))
+        for i, (slot, name) in enumerate(notes):
+            sec.put(bar * ROWS_PER_BAR + slot * 2, BELL, note=N(name), ins=I_BELL,
+                    v=V_PAN + (4 + 3 * i if bar % 2 else 11 - 3 * i), fx=(SET_VOL, 44 - 6 * i))
     place_melody(sec, LEAD, parse_melody(BREAKDOWN_LEAD), I_LEAD, volume=34)
     # Bars 7 and 8: the build.
     b7, b8 = 6 * ROWS_PER_BAR, 7 * ROWS_PER_BAR
