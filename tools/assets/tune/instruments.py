@@ -81,7 +81,7 @@ def fade_tail(signal, count):
 
 def kick():
     rate = 11025
-    n = int(0.26 * rate)
+    n = int(0.34 * rate)
     noise = Noise(0x6B1C)
     click = one_pole_lowpass([noise.next() for _ in range(n)], 2500, rate)
     out, phase = [], 0.0
@@ -89,7 +89,7 @@ def kick():
         t = i / rate
         freq = 47.0 + 120.0 * math.exp(-t / 0.032) + 260.0 * math.exp(-t / 0.004)
         phase += TWO_PI * freq / rate
-        body = math.sin(phase) * math.exp(-max(0.0, t - 0.01) / 0.15)
+        body = math.sin(phase) * math.exp(-max(0.0, t - 0.02) / 0.2)
         hit = click[i] * math.exp(-t / 0.003) * 0.6
         out.append(math.tanh(1.8 * (body + hit)))
     out = fade_tail(out, 300)
@@ -111,10 +111,10 @@ def snare():
         p2 += TWO_PI * 331.0 / rate
         tone = 0.8 * math.sin(p1) * math.exp(-t / 0.045) + 0.35 * math.sin(p2) * math.exp(-t / 0.025)
         body = 2.2 * hiss[i] * (0.35 * math.exp(-t / 0.11) + 0.65 * math.exp(-t / 0.035))
-        out.append(math.tanh(1.3 * (tone + body)))
+        out.append(math.tanh(1.9 * (tone + body)))
     out = fade_tail(out, 200)
     rel, fine = tuning(rate)
-    return Instrument("Snare", [Sample("snare", quantise(out, 8), 8, volume=56, panning=120,
+    return Instrument("Snare", [Sample("snare", quantise(out, 8), 8, volume=60, panning=120,
                                        finetune=fine, relative_note=rel)])
 
 
@@ -138,7 +138,7 @@ def closed_hat():
     out = [v * math.exp(-(i / rate) / 0.011) for i, v in enumerate(metal)]
     out = fade_tail(out, 60)
     rel, fine = tuning(rate)
-    return Instrument("Closed hat", [Sample("hat closed", quantise(out, 8), 8, volume=36,
+    return Instrument("Closed hat", [Sample("hat closed", quantise(out, 8), 8, volume=56,
                                             finetune=fine, relative_note=rel, panning=156)])
 
 
@@ -150,7 +150,7 @@ def open_hat():
     data = crossfade_loop(shaped, attack, loop, 300)
     rel, fine = tuning(rate)
     sample = Sample("hat open", quantise(data, 8), 8, loop=1, loop_start=attack,
-                    loop_length=loop, volume=32, finetune=fine, relative_note=rel, panning=156)
+                    loop_length=loop, volume=48, finetune=fine, relative_note=rel, panning=156)
     env = Envelope([(0, 64), (3, 44), (10, 22), (22, 8), (40, 0)])
     return Instrument("Open hat", [sample], volume_envelope=env, fadeout=2048)
 
@@ -169,7 +169,7 @@ def crash():
     data = crossfade_loop(shaped, attack, loop, 500)
     rel, fine = tuning(rate)
     sample = Sample("crash", quantise(data, 8), 8, loop=1, loop_start=attack,
-                    loop_length=loop, volume=40, finetune=fine, relative_note=rel)
+                    loop_length=loop, volume=52, finetune=fine, relative_note=rel)
     vol = Envelope([(0, 64), (4, 50), (30, 30), (90, 12), (170, 0)], sustain=1)
     pan = Envelope([(0, 32), (30, 46), (80, 18), (130, 32)], loop=(0, 3))
     return Instrument("Crash / riser", [sample], volume_envelope=vol,
@@ -210,7 +210,7 @@ def bass():
     rel, fine = tuning(C4_HZ * n)
     sample = Sample("bass", quantise(data, 16, 0.9), 16, loop=1, loop_start=cycles * n,
                     loop_length=n, volume=56, finetune=fine, relative_note=rel)
-    env = Envelope([(0, 64), (8, 54), (30, 44)], sustain=2)
+    env = Envelope([(0, 64), (8, 58), (30, 52)], sustain=2)
     return Instrument("Bass", [sample], volume_envelope=env, fadeout=3000)
 
 
@@ -230,10 +230,12 @@ def lead():
             ph = 0.7 * cycles
             for i in range(length):
                 data[i] += a * math.sin(w * i + ph)
+    top = max(abs(v) for v in data)
+    data = [math.tanh(1.6 * v / top) for v in data]
     rel, fine = tuning(C4_HZ * n)
     sample = Sample("lead", quantise(data, 16, 0.9), 16, loop=1, loop_start=0,
                     loop_length=length, volume=44, finetune=fine, relative_note=rel)
-    env = Envelope([(0, 0), (2, 64), (14, 46), (40, 0)], sustain=2)
+    env = Envelope([(0, 0), (2, 64), (14, 54), (40, 0)], sustain=2)
     return Instrument("Lead", [sample], volume_envelope=env, fadeout=1200,
                       vibrato=(0, 40, 5, 18))
 
@@ -276,7 +278,7 @@ def pluck():
         data.append(v)
     rel, fine = tuning(C4_HZ * n)
     sample = Sample("pluck", quantise(data, 8), 8, loop=1, loop_start=n * cycles, loop_length=n,
-                    volume=36, panning=100, finetune=fine, relative_note=rel)
+                    volume=40, panning=100, finetune=fine, relative_note=rel)
     env = Envelope([(0, 64), (6, 30), (20, 10), (50, 0)])
     return Instrument("Pluck", [sample], volume_envelope=env, fadeout=1500)
 

@@ -24,6 +24,12 @@ PATTERN_ROWS = ROWS_PER_BAR * BARS_PER_PATTERN
 KICK, SNARE, HAT, FX, BASS, LEAD, ECHO, ARP, PAD1, PAD2, PAD3, BELL = range(12)
 CHANNELS = 12
 
+# The mixing desk: a gain per channel for every volume the patterns set (volume column
+# and set-volume effect), limited to 64. Notes without a volume play at the sample's own
+# default volume, which instruments.py sets to the same balance.
+CHANNEL_GAIN = {KICK: 1.0, SNARE: 1.1, HAT: 1.6, FX: 1.35, BASS: 1.0, LEAD: 1.4, ECHO: 1.4,
+                ARP: 1.6, PAD1: 1.15, PAD2: 1.15, PAD3: 1.15, BELL: 1.0}
+
 # Instruments (1-based, as in the patterns).
 I_KICK, I_SNARE, I_CHAT, I_OHAT, I_BASS, I_LEAD, I_PAD, I_PLUCK, I_BELL, I_CRASH = range(1, 11)
 
@@ -167,8 +173,18 @@ class Section:
         out = []
         for start in range(0, self.rows, PATTERN_ROWS):
             rows = self.grid[start:start + PATTERN_ROWS]
-            out.append([[tuple(c) for c in r] for r in rows])
+            out.append([[_mixed(c, ch) for ch, c in enumerate(r)] for r in rows])
         return out
+
+
+def _mixed(cell, ch):
+    note, ins, v, fx, param = cell
+    gain = CHANNEL_GAIN[ch]
+    if 0x10 <= v <= 0x50:
+        v = 0x10 + min(64, int(round((v - 0x10) * gain)))
+    if fx == SET_VOL:
+        param = min(64, int(round(param * gain)))
+    return (note, ins, v, fx, param)
 
 
 def parse_melody(bars, transpose=0):
@@ -390,8 +406,8 @@ def crash(sec, bar, volume=40):
 
 def intro_one():
     sec = Section(4)
-    pads(sec, THEME_CHORDS[:4], 28, swell=True, release=False)
-    arp(sec, THEME_CHORDS[:4], 22, offsets=[0x05, 0x04, 0x03, 0x02])
+    pads(sec, THEME_CHORDS[:4], 34, swell=True, release=False)
+    arp(sec, THEME_CHORDS[:4], 28, offsets=[0x05, 0x04, 0x03, 0x02])
     sec.put(0, BELL, note=N("E6"), ins=I_BELL, v=vol(36))
     sec.put(64 + 0, BELL, note=N("C6"), ins=I_BELL, v=vol(30))
     # Hats come in softly on the eighths, panned a little off centre.
@@ -470,7 +486,7 @@ def breakdown():
     for ch, slide in ((PAD1, 0x01), (PAD3, 0x10)):  # the outer voices drift apart
         for r in range(0, 6 * ROWS_PER_BAR, 8):
             sec.put(r, ch, fx=(PAN_SLIDE, slide))
-    bass_long(sec, BREAKDOWN_CHORDS[:6])
+    bass_long(sec, BREAKDOWN_CHORDS[:6], volume=36)
     arp(sec, BREAKDOWN_CHORDS[:6], 14, step=1, order=[0, 1, 2, 1, 2, 0])
     for bar, notes in enumerate(BREAKDOWN_BELL):
         for i, (slot, name) in enumerate(notes):
