@@ -273,7 +273,7 @@ def pluck():
         x = TWO_PI * i / n
         v = 0.0
         for k in range(1, n // 2):
-            decay = math.exp(-c * (0.015 + 0.012 * k * k))
+            decay = math.exp(-c * (0.02 + 0.004 * k * k))
             v += (1.5 if k == 2 else 1.0) / k * decay * math.sin(k * x)
         data.append(v)
     rel, fine = tuning(C4_HZ * n)

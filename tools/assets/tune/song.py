@@ -407,7 +407,7 @@ def crash(sec, bar, volume=40):
 def intro_one():
     sec = Section(4)
     pads(sec, THEME_CHORDS[:4], 34, swell=True, release=False)
-    arp(sec, THEME_CHORDS[:4], 28, offsets=[0x05, 0x04, 0x03, 0x02])
+    arp(sec, THEME_CHORDS[:4], 28, offsets=[0x03, 0x02, 0x01, 0x00])
     sec.put(0, BELL, note=N("E6"), ins=I_BELL, v=vol(36))
     sec.put(64 + 0, BELL, note=N("C6"), ins=I_BELL, v=vol(30))
     # Hats come in softly on the eighths, panned a little off centre.
