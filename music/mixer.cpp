@@ -1,0 +1,272 @@
+// The voice mixer: voice update from a channel's change flags, and the mixing loop
+// with 32.32 positions, linear interpolation, forward and ping-pong loops and ramps.
+#include "music/mixer.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "music/xm_player.h"
+
+namespace {
+
+// The step's frequency is limited to 11289599 Hz, an integer step of at most 255
+// samples a frame, so that the frames-to-end computation (step in 8.24 fixed point,
+// 32 bits) holds and no pass can reach past a sample. No note comes near it.
+constexpr int32_t kStepFrequencyMax = 256 * kMixRate - 1;
+constexpr int32_t kStepFrequencyMin = 100;
+
+int32_t Clamp(int64_t v, int64_t low, int64_t high) {
+    return static_cast<int32_t>(v < low ? low : v > high ? high : v);
+}
+
+void VoiceSetTargets(MixVoice* v) {
+    v->targetLeft = v->volume * v->panning / 255;
+    v->targetRight = (255 - v->panning) * v->volume / 255;
+}
+
+}  // namespace
+
+void MixVoiceInit(MixVoice* voice, int32_t index) {
+    *voice = MixVoice{};
+    voice->index = index;
+    voice->stepInteger = 1;
+}
+
+void MixVoiceSetFrequency(MixVoice* voice, int32_t frequency) {
+    voice->frequency = frequency;
+    const uint32_t f =
+        static_cast<uint32_t>(Clamp(frequency, kStepFrequencyMin, kStepFrequencyMax));
+    voice->stepInteger = f / kMixRate;
+    // Deliberate: the integer part rides in the low word of the dividend; harmless.
+    const uint64_t dividend = (static_cast<uint64_t>(f % kMixRate) << 32) + voice->stepInteger;
+    voice->stepFraction = static_cast<uint32_t>(dividend / kMixRate);
+}
+
+void UpdateVoice(XmChannel* channel, const XmSample* sample, XmPlayer* player) {
+    MixVoice* v = channel->voice;
+    if (!v) return;
+    uint8_t flags = channel->flags;
+    const int64_t period = static_cast<int64_t>(channel->period) + channel->periodShift;
+    if (period == 0) flags &= ~kChangeFrequency;
+
+    if (flags & kChangeNewNote) {
+        if (v->sample) {
+            MixVoice* partner = player->voices + (v->index < 32 ? v->index + 32 : v->index - 32);
+            const int32_t index = partner->index;
+            *partner = *v;
+            partner->index = index;
+            v->targetLeft = v->targetRight = 0;
+            v->volume = v->volumeCopy = 0;
+            v = channel->voice = partner;
+        }
+        v->sample = sample;
+        if (v->startOffset >= static_cast<int64_t>(sample->loopStart) + sample->loopLength)
+            v->startOffset = 0;
+        v->position = v->startOffset;
+        v->fraction = 0;
+        v->direction = 0;
+        v->startOffset = 0;
+        v->gainLeft = v->gainRight = 0;
+        v->rampFrames = 0;
+    }
+
+    if (flags & kChangeVolume) {
+        const double volume = static_cast<double>(channel->volume + channel->volumeShift) *
+                              channel->envelopeVolume * channel->fadeoutVolume *
+                              player->globalVolume * 255.0 / 34359738368.0;
+        v->volume = v->volumeCopy = Clamp(std::llrint(volume), -(1 << 22), 1 << 22);
+        VoiceSetTargets(v);
+    }
+
+    if (flags & kChangePanning) {
+        const int64_t p = channel->panning;
+        const int64_t e = channel->envelopePanning;
+        const int64_t mirrored = 128 - (p > 128 ? p - 128 : 128 - p);
+        v->panning = Clamp(p + mirrored / 32 * (e - 32), 0, 255);
+        VoiceSetTargets(v);
+    }
+
+    if (flags & kChangeFrequency) {
+        int64_t frequency;
+        if (player->module->flags & kXmLinearFrequencies) {
+            const double exponent =
+                ((4608.0 - channel->period + channel->periodShift) / 64.0) / 12.0;
+            const double hz = 13.375 * std::exp2(exponent) * 625.27106;
+            frequency = hz < 2147483647.0 ? std::llrint(hz) : 2147483647;
+        } else {
+            // Deliberate: 14317056 exactly, not 8363 x 1712.
+            frequency = 14317056 / period;
+        }
+        MixVoiceSetFrequency(v, Clamp(frequency, INT32_MIN, INT32_MAX));
+    }
+
+    if (flags & kChangeRestart) {
+        v->position = 0;
+        v->fraction = 0;
+        v->startOffset = 0;
+    }
+}
+
+namespace {
+
+// Mixes frames of one voice; the position moves by delta a frame. Ramped, the gains
+// move by their steps after each frame. The fraction is scaled before the
+// multiplication (by a power of two: the same sum).
+template <bool kRamped>
+int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float* left, float* right,
+                  float stepLeft, float stepRight, float* out, uint32_t frames) {
+    constexpr float kFractionScale = 1.0f / 2147483648.0f;
+    float gl = *left, gr = *right;
+    for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
+        const int16_t* s = data + (position >> 32);
+        const float fraction =
+            static_cast<float>(static_cast<uint32_t>(position) >> 1) * kFractionScale;
+        const float s0 = s[0];
+        const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
+        out[0] += value * gl;
+        out[1] += value * gr;
+        if (kRamped) {
+            gl += stepLeft;
+            gr += stepRight;
+        }
+        position += delta;
+    }
+    *left = gl;
+    *right = gr;
+    return position;
+}
+
+// Brings a position that ran out of a ping-pong loop back inside, turning at each edge.
+// Two reflections in a row move the position by exactly twice the loop length, so long
+// runs are folded at once.
+void PingPongReflect(MixVoice* v, int64_t* position, int64_t loopStart, int64_t loopEnd) {
+    const int64_t twice = 2 * (loopEnd - loopStart);
+    int64_t p = *position;
+    for (;;) {
+        if (p >= loopEnd) {
+            p -= (p - loopEnd) / twice * twice;
+            p = loopEnd - (p - loopEnd) - 1;
+            v->direction = 1;
+        } else if (p < loopStart) {
+            p += (loopStart - p - 1) / twice * twice;
+            p = loopStart + (loopStart - p) - 1;
+            v->direction = 0;
+        } else {
+            break;
+        }
+    }
+    *position = p;
+}
+
+void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
+    uint32_t done = 0;
+    while (done < frames && v->sample) {
+        const XmSample* s = v->sample;
+        const int64_t loopStart = static_cast<int64_t>(s->loopStart) << 32;
+        const int64_t loopEnd = (static_cast<int64_t>(s->loopStart) + s->loopLength) << 32;
+        int64_t position = static_cast<int64_t>(
+            static_cast<uint64_t>(static_cast<int64_t>(v->position)) << 32 | v->fraction);
+        const uint64_t step = static_cast<uint64_t>(v->stepInteger) << 32 | v->stepFraction;
+        // Backward the step is negated by negating its fraction and complementing its
+        // integer part: with a zero fraction that is one sample a frame more (kept).
+        const uint64_t backward =
+            static_cast<uint64_t>(~v->stepInteger) << 32 | static_cast<uint32_t>(-v->stepFraction);
+        const int64_t delta = static_cast<int64_t>(v->direction ? backward : step);
+
+        // 1-2: frames to the end of the sample or loop, in whole frames.
+        uint32_t n = frames - done;
+        int reachesEnd = 0;
+        int64_t distance;
+        uint64_t step24;
+        if (v->direction == 0) {
+            const int64_t end =
+                position >= loopEnd ? static_cast<int64_t>(s->length) << 32 : loopEnd;
+            distance = end - position;
+            step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
+        } else {
+            distance = position - loopStart;
+            // The frames are counted with the step actually taken backward, so that a
+            // pass never runs over the loop start by more than a fraction of a sample.
+            step24 = static_cast<uint64_t>(-delta) >> 8;
+        }
+        if (step24 == 0) step24 = 97391;
+        if (distance < (int64_t{1} << 56)) {
+            uint64_t toEnd = 0;
+            if (distance > 0)
+                toEnd = (static_cast<uint64_t>(distance) + step24 * 256 - 1) / (step24 * 256);
+            // Standing exactly on the loop start going backward: that frame is mixed,
+            // then the voice turns (otherwise it would never move again).
+            if (distance == 0 && v->direction) toEnd = 1;
+            if (toEnd <= n) {
+                n = static_cast<uint32_t>(toEnd);
+                reachesEnd = 1;
+            }
+        }
+
+        // 3: the ramp continues while the targets stay; new targets start a new one.
+        if (!(v->rampFrames > 0 && v->targetLeft == v->lastTargetLeft &&
+              v->targetRight == v->lastTargetRight)) {
+            v->lastTargetLeft = v->targetLeft;
+            v->lastTargetRight = v->targetRight;
+            v->rampLeft = static_cast<float>(v->targetLeft - v->gainLeft) / 32640.0f;
+            v->rampRight = static_cast<float>(v->targetRight - v->gainRight) / 32640.0f;
+            const int differs = v->targetLeft != v->gainLeft || v->targetRight != v->gainRight;
+            v->rampFrames = differs ? kMixRampFrames : 0;
+        }
+        const int ramping = v->rampFrames > 0;
+        if (ramping && static_cast<uint32_t>(v->rampFrames) < n) {
+            n = static_cast<uint32_t>(v->rampFrames);
+            reachesEnd = 0;
+        }
+
+        // 4: the frames themselves.
+        float* o = out + 2 * done;
+        if (ramping) {
+            float gl = static_cast<float>(v->gainLeft) / 255.0f;
+            float gr = static_cast<float>(v->gainRight) / 255.0f;
+            position = MixFrames<true>(s->data, position, delta, &gl, &gr, v->rampLeft,
+                                       v->rampRight, o, n);
+            // 5: the gains the ramp reached, then its end.
+            v->gainLeft = static_cast<int32_t>(std::lrint(gl * 255.0f));
+            v->gainRight = static_cast<int32_t>(std::lrint(gr * 255.0f));
+            v->rampFrames -= static_cast<int32_t>(n);
+            if (v->rampFrames == 0) {
+                v->rampLeft = v->rampRight = 0.0f;
+                v->gainLeft = v->targetLeft;
+                v->gainRight = v->targetRight;
+            }
+        } else if (v->targetLeft != 0 || v->targetRight != 0) {
+            float gl = static_cast<float>(v->targetLeft) / 255.0f;
+            float gr = static_cast<float>(v->targetRight) / 255.0f;
+            position = MixFrames<false>(s->data, position, delta, &gl, &gr, 0.0f, 0.0f, o, n);
+        } else {
+            // Silent: the sums would not change, only the position moves.
+            position += static_cast<int64_t>(static_cast<uint64_t>(delta) * n);
+        }
+        done += n;
+
+        // 6: what happens at the end of the sample or loop.
+        if (reachesEnd) {
+            if (s->loopType == 1) {
+                if (position >= loopEnd) {
+                    const int64_t length = loopEnd - loopStart;
+                    position -= ((position - loopEnd) / length + 1) * length;
+                }
+            } else if (s->loopType == 2) {
+                PingPongReflect(v, &position, loopStart, loopEnd);
+            } else {
+                v->sample = nullptr;
+                position = 0;
+            }
+        }
+        v->position = static_cast<int32_t>(position >> 32);
+        v->fraction = static_cast<uint32_t>(position);
+    }
+}
+
+}  // namespace
+
+void MixChunk(MixVoice* voices, float* out, uint32_t frames) {
+    for (int i = 0; i < kMixActiveVoices; ++i)
+        if (voices[i].sample) MixVoiceFrames(voices + i, out, frames);
+}

@@ -1,0 +1,179 @@
+// The wave ring and its stream thread: StartMusic, StopMusic, the slice renderer and
+// the position table. One stream, one player and one module per process.
+#include <atomic>
+#include <cstring>
+
+#include "music/music.h"
+#include "music/wave_device.h"
+#include "music/xm_player.h"
+
+namespace {
+
+struct PositionRecord {
+    std::atomic<uint8_t> order;
+    std::atomic<uint8_t> row;
+    std::atomic<uint32_t> ms;
+};
+
+XmModule gModule;
+XmPlayer gPlayer;
+MusicSource gSource;
+float gAccumulator[kMusicRingFrames * 2];
+int16_t gRing[kMusicRingFrames * 2];
+PositionRecord gPositions[kMusicSlices];
+
+// The stop request and the alive count are polled across the two threads.
+std::atomic<uint32_t> gThreadAlive;
+std::atomic<uint32_t> gStopRequest;
+// Written by whichever thread renders; read by the position checks of others.
+std::atomic<uint32_t> gNextSlice;
+std::atomic<uint32_t> gRenderedSlice;
+
+void PositionsClear() {
+    for (PositionRecord& r : gPositions) {
+        r.order.store(0, std::memory_order_relaxed);
+        r.row.store(0, std::memory_order_relaxed);
+        r.ms.store(0, std::memory_order_relaxed);
+    }
+}
+
+// Loads the module through the chosen source and resets the player (steps 3, 5 and 6
+// of StartMusic without the device).
+int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** reason) {
+    XmModuleFree(&gModule);
+    gNextSlice.store(0);
+    gRenderedSlice.store(0);
+    int loaded = 0;
+    if (MusicSourceOpen(&gSource, source, size, kind)) {
+        loaded = LoadXmModule(&gModule, &gSource, reason);
+    } else if (reason) {
+        *reason = "cannot open the module";
+    }
+    MusicSourceClose(&gSource);
+    if (!loaded) return 0;
+    XmPlayerReset(&gPlayer, &gModule);
+    return 1;
+}
+
+void StreamThreadMain() {
+    // The alive count was raised for this thread by StartMusic.
+    for (;;) {
+        const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
+        for (;;) {
+            WaveSleep(2);
+            if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
+            RenderSlice();
+            gRenderedSlice.store(
+                (gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
+                std::memory_order_relaxed);
+        }
+        if (gStopRequest.load()) break;
+    }
+    gThreadAlive.fetch_sub(1);
+}
+
+}  // namespace
+
+uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
+    return ((bytesPlayed / 4) % kMusicRingFrames) / kMusicSliceFrames;
+}
+
+void MusicConvert(const float* in, int16_t* out, uint32_t count) {
+    // Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
+    // integer in the processor's rounding mode (nearest, ties to even), without a
+    // library call; the clamped value then converts exactly.
+    constexpr float kRound = 12582912.0f;
+    for (uint32_t i = 0; i < count; ++i) {
+        float v = in[i];
+        v = v < -32768.0f ? -32768.0f : v > 32767.0f ? 32767.0f : v;
+        out[i] = static_cast<int16_t>((v + kRound) - kRound);
+    }
+}
+
+void RenderSlice() {
+    const uint32_t slice = gNextSlice.load(std::memory_order_relaxed);
+    const uint32_t first = slice * kMusicSliceFrames;
+    float* accumulator = gAccumulator + 2 * first;
+    std::memset(accumulator, 0, kMusicSliceFrames * 2 * sizeof(float));
+    XmPlayerRender(&gPlayer, accumulator, kMusicSliceFrames);
+    PositionRecord& record = gPositions[slice];
+    record.order.store(static_cast<uint8_t>(gPlayer.order), std::memory_order_relaxed);
+    record.row.store(static_cast<uint8_t>(gPlayer.row), std::memory_order_relaxed);
+    record.ms.store(gPlayer.elapsedMs, std::memory_order_relaxed);
+    MusicConvert(accumulator, gRing + 2 * first, kMusicSliceFrames * 2);
+    gNextSlice.store((slice + 1) % kMusicSlices, std::memory_order_relaxed);
+}
+
+uint32_t StartMusic(const void* source, uint32_t size, uint32_t kind) {
+    StopMusic();
+    if (!source) return 1;
+    if (!WaveDeviceOpen()) return 0;
+    if (!MusicLoad(source, size, kind, nullptr)) {
+        // Deliberate: as the intro always did, the device stays open after a failed
+        // load (StopMusic returns at once with no thread running).
+        StopMusic();
+        return 0;
+    }
+    WaveDevicePrepare(gRing, kMusicRingBytes);
+    do RenderSlice();
+    while (gNextSlice.load() != 0);
+    gStopRequest.store(0);
+    WaveDeviceWrite();
+    // Counted before the thread exists, so that a StopMusic right after this call
+    // always waits for it.
+    gThreadAlive.fetch_add(1);
+    WaveThreadStart(StreamThreadMain);
+    return 1;
+}
+
+void StopMusic() {
+    if (gThreadAlive.load() == 0) return;
+    PositionsClear();
+    gStopRequest.fetch_add(1);
+    while (gThreadAlive.load() != 0) WaveSleep(2);
+    gNextSlice.store(0);
+    gRenderedSlice.store(0);
+    WaveDeviceUnprepare();
+    WaveDeviceReset();
+    WaveDeviceClose();
+    XmModuleFree(&gModule);
+}
+
+uint32_t GetMusicOrder() {
+    const PositionRecord& r = gPositions[gRenderedSlice.load(std::memory_order_relaxed)];
+    return r.order.load(std::memory_order_relaxed) |
+           static_cast<uint32_t>(r.row.load(std::memory_order_relaxed)) << 8 |
+           (r.ms.load(std::memory_order_relaxed) & 0xFFFF) << 16;
+}
+
+uint32_t GetMusicRow() {
+    const PositionRecord& r = gPositions[gRenderedSlice.load(std::memory_order_relaxed)];
+    return r.row.load(std::memory_order_relaxed) | (r.ms.load(std::memory_order_relaxed) & 0xFFFFFF)
+                                                       << 8;
+}
+
+uint32_t GetMusicTime() {
+    return gPositions[gRenderedSlice.load(std::memory_order_relaxed)].ms.load(
+        std::memory_order_relaxed);
+}
+
+int MusicRenderOpen(const void* source, uint32_t size, uint32_t kind, const char** reason) {
+    StopMusic();
+    return MusicLoad(source, size, kind, reason);
+}
+
+void MusicRenderClose() {
+    if (gThreadAlive.load() == 0) XmModuleFree(&gModule);
+}
+
+const int16_t* MusicRingSlice(uint32_t slice) {
+    return gRing + 2 * kMusicSliceFrames * (slice % kMusicSlices);
+}
+
+uint32_t MusicNextSlice() {
+    return gNextSlice.load(std::memory_order_relaxed);
+}
+
+const XmPlayer* MusicPlayerState() {
+    return &gPlayer;
+}

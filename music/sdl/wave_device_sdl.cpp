@@ -1,0 +1,87 @@
+// The SDL wave device: SDL audio whose callback plays the ring in a loop and counts
+// the bytes it has handed on, so the stream thread runs as it does over wave-out.
+#include <SDL.h>
+
+#include <atomic>
+#include <cstring>
+
+#include "music/wave_device.h"
+
+namespace {
+
+SDL_AudioDeviceID gDevice;
+const uint8_t* gRing;
+uint32_t gRingBytes;
+std::atomic<uint32_t> gBytesPlayed;
+
+void SDLCALL RingPlay(void*, Uint8* stream, int length) {
+    uint32_t played = gBytesPlayed.load(std::memory_order_relaxed);
+    if (!gRing) {
+        std::memset(stream, 0, static_cast<size_t>(length));
+        return;
+    }
+    uint32_t left = static_cast<uint32_t>(length);
+    uint32_t offset = played % gRingBytes;
+    while (left) {
+        const uint32_t part = left < gRingBytes - offset ? left : gRingBytes - offset;
+        std::memcpy(stream, gRing + offset, part);
+        stream += part;
+        left -= part;
+        offset = 0;
+    }
+    gBytesPlayed.store(played + static_cast<uint32_t>(length), std::memory_order_release);
+}
+
+}  // namespace
+
+int WaveDeviceOpen() {
+    if (gDevice) WaveDeviceClose();  // a device left open by a failed start
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return 0;
+    SDL_AudioSpec want = {};
+    want.freq = 44100;
+    want.format = AUDIO_S16LSB;
+    want.channels = 2;
+    want.samples = 1024;
+    want.callback = RingPlay;
+    SDL_AudioSpec have;
+    gDevice = SDL_OpenAudioDevice(nullptr, 0, &want, &have, 0);
+    if (!gDevice) {
+        SDL_QuitSubSystem(SDL_INIT_AUDIO);
+        return 0;
+    }
+    return 1;
+}
+
+void WaveDevicePrepare(void* ring, uint32_t bytes) {
+    SDL_LockAudioDevice(gDevice);
+    gRing = static_cast<const uint8_t*>(ring);
+    gRingBytes = bytes;
+    gBytesPlayed.store(0);
+    SDL_UnlockAudioDevice(gDevice);
+}
+
+void WaveDeviceWrite() {
+    SDL_PauseAudioDevice(gDevice, 0);
+}
+
+uint32_t WaveDevicePosition() {
+    return gBytesPlayed.load(std::memory_order_acquire);
+}
+
+void WaveDeviceUnprepare() {
+    SDL_LockAudioDevice(gDevice);
+    gRing = nullptr;
+    SDL_UnlockAudioDevice(gDevice);
+}
+
+void WaveDeviceReset() {
+    SDL_PauseAudioDevice(gDevice, 1);
+    gBytesPlayed.store(0);
+}
+
+void WaveDeviceClose() {
+    if (!gDevice) return;
+    SDL_CloseAudioDevice(gDevice);
+    SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    gDevice = 0;
+}
