@@ -31,3 +31,24 @@ struct RenderList {
     RasterTri polyData[kRenderListCapacity];
     int32_t numPolys;
 };
+
+// Active, not clipped, not back-facing: the records every list pass works on.
+inline bool RasterTriProcessable(const RasterTri* tri) {
+    return tri && (tri->state & (kPolyActive | kPolyClipped | kPolyBackFace)) == kPolyActive;
+}
+
+// The frame's render list, static storage allocated with the program.
+RenderList* RenderListMain();
+
+// Empties the list (count 0); the records keep their contents.
+int RenderListReset(RenderList* list);
+// Appends the polygon with its three vertices (from poly->vlist) copied into both
+// vlist and tvlist. Returns 0 when the list already holds kRenderListCapacity.
+int RenderListInsertPoly(RenderList* list, const Poly* poly);
+// Appends a copy of a whole record and links it to the record before it (the clipper's
+// second pieces). Returns 0 when full.
+int RenderListInsertTri(RenderList* list, const RasterTri* tri);
+// Inserts every active, unclipped, front-facing polygon of an active, visible, unculled
+// object, its vertices read from the local list when useLocal != 0, else from the
+// transformed list. Returns 0 for an object that is not drawn or when the list fills up.
+int RenderListInsertObject(RenderList* list, Object3D* obj, int useLocal);

@@ -1,0 +1,151 @@
+// The geometry pipeline of one frame: a 64 x 64 terrain (7938 triangles) seen from the
+// camera path of the first terrain scene, lit by the intro's ten lights.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdint>
+
+#include "display/colour.h"
+#include "engine/camera.h"
+#include "engine/clip.h"
+#include "engine/light.h"
+#include "engine/math3d.h"
+#include "engine/object3d.h"
+#include "engine/render_list.h"
+#include "engine/terrain.h"
+
+namespace {
+
+constexpr int kSide = 64;
+constexpr int kTriangles = 2 * (kSide - 1) * (kSide - 1);
+
+struct Scene {
+    uint8_t heights[kSide * kSide];
+    Object3D terrain;
+    Camera camera;
+    Light lights[kMaxLights];
+};
+
+Scene gScene;
+
+// Rolling hills plus a little deterministic noise.
+void MakeHeightMap(uint8_t* heights) {
+    uint32_t seed = 12345;
+    for (int r = 0; r < kSide; ++r) {
+        for (int c = 0; c < kSide; ++c) {
+            seed = seed * 1103515245u + 12345u;
+            const double hills =
+                110 + 70 * std::sin(c * 0.21) * std::cos(r * 0.17) + 40 * std::sin((c + r) * 0.09);
+            const int value = static_cast<int>(hills) + static_cast<int>((seed >> 16) % 21) - 10;
+            heights[r * kSide + c] = static_cast<uint8_t>(value < 0     ? 0
+                                                          : value > 255 ? 255
+                                                                        : value);
+        }
+    }
+}
+
+// The start-up steps of the intro that the engine needs: tables, camera, terrain, lights.
+void SceneInit(Scene* scene) {
+    MathTablesInit();
+    const Vec3 zero = {0, 0, 0, 1};
+    CameraInit(&scene->camera, 8, &zero, &zero, &zero, 10.0f, 10000.0f, 80.0f, 640.0f, 480.0f);
+
+    MakeHeightMap(scene->heights);
+    const HeightMap map = {kSide, kSide, scene->heights};
+    const BitmapHeader bitmap = {256, 256, 16};
+    const Vec3 origin = {0, 0, 0, 0};
+    Object3DGenerateTerrain(&scene->terrain, 6000.0f, 6000.0f, 1000.0f, "", "",
+                            ColourPacker(50, 100, 30), &origin, nullptr, 648, &map, &bitmap);
+
+    LightsInit(scene->lights, kMaxLights);
+    const Vec3 direction = {-1, 1, -1, 1};
+    const Vec3 above = {0, 500, 0, 1};
+    LightInit(scene->lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0,
+              0);
+    LightInit(scene->lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0,
+              0, 0, 0);
+    const struct {
+        uint32_t state, colour;
+        float kl;
+    } points[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
+                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
+                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
+    for (int i = 0; i < 8; ++i) {
+        LightInit(scene->lights, i + 2, points[i].state, kLightPoint, 0, points[i].colour, 0,
+                  &above, nullptr, 0, points[i].kl, 0, 0, 0, 1.0f);
+    }
+}
+
+// Places the camera on the first terrain scene's path at angles p, q, r.
+void CameraPlace(Camera* camera, double p, double q, double r) {
+    camera->pos.x = static_cast<float>(3000 * std::cos(p) + 500 * std::sin(2 * q + 0.125));
+    camera->pos.y = static_cast<float>(1400 + 900 * std::cos(r));
+    camera->pos.z = static_cast<float>(3000 * std::sin(q) + 700 * std::cos(1.7 * p + 46.056));
+    CameraBuildUVN(camera, kCameraUVNTarget);
+}
+
+// Everything from the empty list to screen coordinates; returns the drawable count.
+int FramePipeline(Scene* scene, RenderList* list) {
+    RenderListReset(list);
+    Object3D* terrain = &scene->terrain;
+    Object3DReset(terrain);
+    Mat4 rotation;
+    Mat4BuildRotationXYZ(0, 0, 0, &rotation);
+    Object3DTransform(terrain, rotation, kTransformLocalToTrans, 0, 0);
+    Object3DModelToWorld(terrain, kTransformTransOnly, 0);
+    RenderListInsertObject(list, terrain, 0);
+
+    Camera* camera = &scene->camera;
+    RenderListRemoveBackfaces(list, camera);
+    RenderListWorldToCamera(list, camera);
+    RenderListClip(list, camera, kClipX | kClipY | kClipNearFar);
+    LightsTransform(scene->lights, kMaxLights, camera->mcam, kLightsTransformToTrans);
+    LightRenderList(list, camera, scene->lights, kMaxLights);
+    RenderListCameraToPerspective(list, camera);
+    RenderListPerspectiveToScreen(list, camera);
+
+    int drawable = 0;
+    for (int32_t k = 0; k < list->numPolys; ++k)
+        drawable += RasterTriProcessable(list->polyPointers[k]);
+    return drawable;
+}
+
+void Report(benchmark::State& state, int drawable) {
+    state.counters["drawable"] = drawable;
+    state.counters["ns_per_tri"] = benchmark::Counter(
+        kTriangles, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+// The first frame of the scene (p = q = r = 0).
+void BM_TerrainFrameScene0Start(benchmark::State& state) {
+    SceneInit(&gScene);
+    RenderList* list = RenderListMain();
+    CameraPlace(&gScene.camera, 0, 0, 0);
+    int drawable = 0;
+    for (auto _ : state) {
+        drawable = FramePipeline(&gScene, list);
+        benchmark::DoNotOptimize(list->polyData[0].litColor[0]);
+    }
+    Report(state, drawable);
+}
+BENCHMARK(BM_TerrainFrameScene0Start)->Unit(benchmark::kMicrosecond);
+
+// Frames along the scene's path, camera moved every frame as the timeline does.
+void BM_TerrainFrameScene0Path(benchmark::State& state) {
+    SceneInit(&gScene);
+    RenderList* list = RenderListMain();
+    float p = 0, q = 0, r = 0;
+    int drawable = 0, frames = 0;
+    for (auto _ : state) {
+        CameraPlace(&gScene.camera, p, q, r);
+        drawable += FramePipeline(&gScene, list);
+        ++frames;
+        p += 0.03256f, q += 0.04654f, r += 0.0156f;
+    }
+    Report(state, frames ? drawable / frames : 0);
+}
+BENCHMARK(BM_TerrainFrameScene0Path)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

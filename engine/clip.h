@@ -1,0 +1,17 @@
+// View-volume clipping of the render list in camera space.
+#pragma once
+#include <cstdint>
+
+#include "engine/camera.h"
+#include "engine/render_list.h"
+
+constexpr uint32_t kClipX = 0x1;        // left and right planes: cull wholly outside
+constexpr uint32_t kClipY = 0x2;        // top and bottom planes: cull wholly outside
+constexpr uint32_t kClipNearFar = 0x4;  // cull wholly before or beyond, cut at the near plane
+
+// Runs after world to camera and before lighting. Marks kPolyClipped on triangles wholly
+// outside a tested plane (the view-plane width bounds y too); cuts triangles crossing
+// the near plane so that no vertex lies in front of it, appending the second piece of a
+// two-inside cut with RenderListInsertTri (lost when the list is full). Only the records
+// present at entry are examined. Cut triangles get their normal length recomputed.
+int RenderListClip(RenderList* list, const Camera* cam, uint32_t flags);
