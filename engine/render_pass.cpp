@@ -122,7 +122,7 @@ int RenderPass(const RenderContext* context) {
     RasterTri* work = &gWork;
     for (int32_t k = 0; k < list->numPolys; ++k) {
         const RasterTri* tri = list->polyPointers[k];
-        if (!(tri->state & kPolyActive) || (tri->state & (kPolyClipped | kPolyBackFace))) continue;
+        if (!RasterTriProcessable(tri)) continue;
 
         int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
                                                     : static_cast<int32_t>(tri->color >> 24);
