@@ -1,0 +1,164 @@
+// The render pass and the routing of triangles to the filler family.
+#include "engine/render_pass.h"
+
+#include "engine/object3d.h"
+#include "engine/texture.h"
+#include "raster/filler.h"
+#include "raster/lookup_tables.h"
+
+namespace {
+
+// Rows of the routing tables: the depth mode.
+enum DepthMode : int { kModeNone, kModeZ, kModeInverseZ, kModeZSecond, kModeCount };
+// Textured triangles by shading: 0x20 constant, else 0x40 flat, else Gouraud.
+enum Kind : int { kConstant, kFlat, kGouraud, kKindCount };
+// Textured triangles by sampling: the first of 0x100, 0x200, 0x400, 0x800 set; 0x100
+// with 0x40 is bilinear; hybrid is split by the distance of the first vertex.
+enum Sampling : int { kBil, kAff, kExact, kPiece, kNear, kFar, kSamplingCount };
+
+// Member numbers for textured triangles, [depth mode][kind][sampling].
+//                                      bil  aff exact piece near far
+constexpr int8_t kTexturedPlain[kModeCount][kKindCount][kSamplingCount] = {
+    /* none      */ {{8, 7, 7, 7, 7, 7}, {9, 9, 9, 9, 9, 9}, {10, 10, 10, 10, 10, 10}},
+    /* z         */ {{2, 1, 1, 1, 1, 1}, {3, 3, 3, 3, 3, 3}, {4, 4, 4, 4, 4, 4}},
+    // Deliberate: the far hybrid of flat triangles goes to the Gouraud affine member.
+    /* inverse z */ {{23, 22, 24, 25, 25, 22}, {29, 29, 29, 29, 29, 30}, {30, 30, 26, 27, 27, 30}},
+    /* z-second  */ {{2, 41, 1, 1, 1, 1}, {42, 42, 3, 3, 3, 3}, {4, 4, 4, 4, 4, 4}},
+};
+constexpr int8_t kTexturedBlended[kModeCount][kKindCount][kSamplingCount] = {
+    /* none      */ {{13, 13, 13, 13, 13, 13}, {14, 14, 14, 14, 14, 14}, {15, 15, 15, 15, 15, 15}},
+    /* z         */ {{18, 18, 18, 18, 18, 18}, {19, 19, 19, 19, 19, 19}, {20, 20, 20, 20, 20, 20}},
+    /* inverse z */ {{33, 33, 34, 35, 35, 33}, {38, 38, 38, 38, 38, 38}, {39, 39, 36, 37, 37, 39}},
+    /* z-second  */ {{18, 18, 18, 18, 18, 18}, {19, 19, 19, 19, 19, 19}, {20, 20, 20, 20, 20, 20}},
+};
+// Untextured triangles, [depth mode][blended][flat or constant, Gouraud].
+constexpr int8_t kUntextured[kModeCount][2][2] = {
+    /* none      */ {{6, 11}, {12, 16}},
+    /* z         */ {{44, 5}, {17, 21}},
+    /* inverse z */ {{28, 31}, {32, 40}},
+    /* z-second  */ {{44, 43}, {17, 21}},
+};
+
+// The filler's record. Only the words the pass copies are refreshed per triangle; the
+// rest keeps what the triangle before left there.
+RasterTri gWork;
+
+int DepthModeOf(uint32_t contextAttr) {
+    if (contextAttr & kRenderDepthNone) return kModeNone;
+    if (contextAttr & kRenderDepthZ) return kModeZ;
+    if (contextAttr & kRenderDepthInverseZ) return kModeInverseZ;
+    if (contextAttr & kRenderDepthZSecond) return kModeZSecond;
+    return -1;
+}
+
+// Chooses the mip level of a mip-mapped triangle and halves its u and v as often.
+void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RasterTri* work) {
+    Texture* levels = tri->texture;
+    if (!(context->attr & kRenderMipMap)) {
+        work->texture = &levels[0];
+        return;
+    }
+    const int32_t count = levels[0].width < kLog2TableSize ? Log2Table[levels[0].width] : 0;
+    double chosen = count * static_cast<double>(tri->tvlist[0].z) / context->mipDistance;
+    // Beyond the last level (or a mip distance of 0) takes the last; never below level 0.
+    if (!(chosen < count)) chosen = count;
+    if (chosen < 0) chosen = 0;
+    const int32_t level = static_cast<int32_t>(chosen);
+    work->texture = &levels[level];
+    for (int32_t i = 0; i < level; ++i) {
+        for (Vertex3D& v : work->tvlist) {
+            v.u *= 0.5f;
+            v.v *= 0.5f;
+        }
+    }
+}
+
+// The reciprocal-depth members divide by the snapped depth and by W >> 6: they are only
+// handed depths from 0.5 up to 2^22.
+bool DepthsFitReciprocal(const RasterTri* tri) {
+    for (const Vertex3D& v : tri->tvlist) {
+        if (!(v.z >= 0.5f && v.z < 4194304.0f)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int32_t RenderPassIsBlended(uint32_t contextAttr, uint32_t triAttr, int32_t alphaOverride) {
+    return (contextAttr & kRenderBlend) && ((triAttr & kAttrTransparent) || alphaOverride >= 0);
+}
+
+int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t blended,
+                               int32_t hybridNear) {
+    const int mode = DepthModeOf(contextAttr);
+    if (mode < 0) return 0;
+    const int b = blended ? 1 : 0;
+    if (!(triAttr & kAttrTextured)) {
+        if (triAttr & (kAttrShadeConstant | kAttrShadeFlat)) return kUntextured[mode][b][0];
+        if (triAttr & kAttrShadeGouraud) return kUntextured[mode][b][1];
+        return 0;
+    }
+    int sampling;
+    if (contextAttr & kRenderAffine) {
+        sampling = (contextAttr & kRenderBilinear) ? kBil : kAff;
+    } else if (contextAttr & kRenderPerspective) {
+        sampling = kExact;
+    } else if (contextAttr & kRenderPiecewise) {
+        sampling = kPiece;
+    } else if (contextAttr & kRenderHybrid) {
+        sampling = hybridNear ? kNear : kFar;
+    } else {
+        return 0;
+    }
+    const int kind = (triAttr & kAttrShadeConstant) ? kConstant
+                     : (triAttr & kAttrShadeFlat)   ? kFlat
+                                                    : kGouraud;
+    return b ? kTexturedBlended[mode][kind][sampling] : kTexturedPlain[mode][kind][sampling];
+}
+
+int RenderPass(const RenderContext* context) {
+    if (!context || !context->list) return 0;
+    RenderList* list = context->list;
+    RasterTri* work = &gWork;
+    for (int32_t k = 0; k < list->numPolys; ++k) {
+        const RasterTri* tri = list->polyPointers[k];
+        if (!RasterTriProcessable(tri)) continue;
+
+        int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
+                                                    : static_cast<int32_t>(tri->color >> 24);
+        // Levels beyond the table's last are drawn at the last.
+        if (level > 7) level = 7;
+        const int32_t blended =
+            RenderPassIsBlended(context->attr, tri->attr, context->alphaOverride);
+
+        const uint32_t attr = tri->attr;
+        const bool textured = attr & kAttrTextured;
+        work->litColor[0] = tri->litColor[0];
+        if (!(attr & (kAttrShadeConstant | kAttrShadeFlat))) {
+            work->litColor[1] = tri->litColor[1];
+            work->litColor[2] = tri->litColor[2];
+        }
+        work->texture = tri->texture;
+        for (int i = 0; i < 3; ++i) {
+            work->tvlist[i].x = tri->tvlist[i].x;
+            work->tvlist[i].y = tri->tvlist[i].y;
+            work->tvlist[i].z = tri->tvlist[i].z;
+            if (textured) {
+                work->tvlist[i].u = tri->tvlist[i].u;
+                work->tvlist[i].v = tri->tvlist[i].v;
+            }
+        }
+        if (textured && (attr & kAttrMipMapped) && tri->texture) MipLevelChoose(context, tri, work);
+
+        const int32_t hybridNear =
+            static_cast<float>(context->perspectiveSwitchDistance) >= tri->tvlist[0].z;
+        const int32_t member = RenderPassChooseFiller(context->attr, attr, blended, hybridNear);
+        if (!member) continue;
+        if (FillerMembers[member - 1].depth == FillerDepth::kGreater && !DepthsFitReciprocal(tri)) {
+            continue;
+        }
+        FillerDraw(member, work, context->frame, context->framePitch, context->depth,
+                   context->depthPitch, level);
+    }
+    return 1;
+}

@@ -1,0 +1,48 @@
+// The render pass: every drawable triangle of the render list goes, in insertion order,
+// to exactly one member of the filler family (raster/filler.h).
+#pragma once
+#include <cstdint>
+
+#include "engine/render_list.h"
+
+// RenderContext attribute bits. The depth mode is the first of the four depth bits set.
+constexpr uint32_t kRenderDepthNone = 0x1;      // fillers without a ZBuffer
+constexpr uint32_t kRenderDepthZ = 0x2;         // less-than depth test
+constexpr uint32_t kRenderDepthInverseZ = 0x4;  // greater-than test on 2^28 / depth
+constexpr uint32_t kRenderDepthZSecond = 0x8;   // as z, with three write-only members
+constexpr uint32_t kRenderMipMap = 0x10;        // mip-mapping allowed
+constexpr uint32_t kRenderBlend = 0x20;         // blending allowed
+constexpr uint32_t kRenderBilinear = 0x40;      // bilinear sampling (with kRenderAffine)
+constexpr uint32_t kRenderAffine = 0x100;       // texture sampling affine
+constexpr uint32_t kRenderPerspective = 0x200;  // perspective-exact
+constexpr uint32_t kRenderPiecewise = 0x400;    // perspective piecewise-linear
+constexpr uint32_t kRenderHybrid = 0x800;       // piecewise near, affine far
+
+// Per-frame rendering parameters, filled by the scene code before each pass.
+struct RenderContext {
+    uint32_t attr;                      // kRender* bits
+    RenderList* list;                   // the list to draw
+    uint16_t* frame;                    // FrameBuffer base
+    int32_t framePitch;                 // bytes per FrameBuffer row
+    uint32_t* depth;                    // ZBuffer base
+    int32_t depthPitch;                 // bytes per ZBuffer row
+    int32_t alphaOverride;              // blend level for every triangle; < 0: each its own
+    int32_t mipDistance;                // depth at which the last mip level is reached
+    int32_t perspectiveSwitchDistance;  // hybrid: no farther than this -> piecewise
+};
+
+// Draws the context's render list: each active, unclipped, front-facing triangle through
+// a working copy (the list is not modified) and the member RenderPassChooseFiller names.
+// Returns 1, or 0 for a null context or list.
+int RenderPass(const RenderContext* context);
+
+// The routing: the member number (1..44) that draws a triangle with attributes triAttr
+// under context bits contextAttr, or 0 when it is not drawn. `blended`: the triangle is
+// blended (see RenderPassIsBlended); `hybridNear`: under hybrid sampling, the triangle's
+// first vertex is no farther than the switch distance.
+int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t blended,
+                               int32_t hybridNear);
+
+// Blending is allowed by the context and the triangle is transparent or the alpha
+// override is in force.
+int32_t RenderPassIsBlended(uint32_t contextAttr, uint32_t triAttr, int32_t alphaOverride);
