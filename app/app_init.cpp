@@ -5,7 +5,57 @@
 #include "app/frame_clock.h"
 #include "app/keyboard.h"
 #include "app/window.h"
+#include "assets/assets.h"
+#include "assets/tune.h"
+#include "demo/mesh_template.h"
+#include "demo/overlay.h"
+#include "demo/world.h"
 #include "display/display.h"
+#include "engine/math3d.h"
+#include "engine/tables.h"
+#include "engine/terrain.h"
+#include "music/music.h"
+
+static uint32_t gMusicHandle;  // kept, never used again
+
+// Makes obj from a compiled-in mesh template: counts and attributes, storage, lists.
+static void ObjectFromTemplate(Object3D* obj, const unsigned char* data, unsigned long size) {
+    MeshTemplate t;
+    if (!MeshTemplateRead(data, size, &t)) return;
+    if (!Object3DInit(obj, t.numVertices, t.numPolys, t.numFrames, 0)) return;
+    MeshTemplateCopyTo(&t, obj);
+}
+
+static void TerrainCreate(DemoWorld* world) {
+    BitmapInfo map = {}, texture = {};
+    BitmapRecordRead(TerrainHeightMap, TerrainHeightMap_size, &map);
+    BitmapRecordRead(TerrainTextureHeader, TerrainTextureHeader_size, &texture);
+    const HeightMap heightMap = {map.width, map.height, map.pixels};
+    const BitmapHeader textureHeader = {texture.width, texture.height, texture.bitCount};
+    const Vec3 origin = {0, 0, 0, 0};
+    // Two empty names: an empty texture name still asks for the checkerboard.
+    Object3DGenerateTerrain(&world->terrain, 6000.0f, 6000.0f, 1000.0f, "", "",
+                            ColourPacker(50, 100, 30), &origin, nullptr, 648, &heightMap,
+                            &textureHeader);
+}
+
+static void LightsCreate(Light* lights) {
+    LightsInit(lights, kMaxLights);
+    const Vec3 direction = {-1, 1, -1, 1};
+    const Vec3 position = {0, 500, 0, 1};
+    LightInit(lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0, 0);
+    LightInit(lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0, 0, 0,
+              0);
+    static const struct {
+        uint32_t state, colour;
+        float linear;
+    } kPoint[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
+                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
+                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
+    for (int32_t i = 0; i < 8; ++i)
+        LightInit(lights, 2 + i, kPoint[i].state, kLightPoint, 0, kPoint[i].colour, 0, &position,
+                  nullptr, 0, kPoint[i].linear, 0, 0, 0, 1.0f);
+}
 
 int AppInit() {
     ScreenSaverActivate(0);
@@ -16,7 +66,36 @@ int AppInit() {
     KeyboardCreate();
     CursorShow(0);
     std::srand(FrameStartStamp());
+    MathTablesInit();
+    LookupTablesInit();
+
+    DemoWorld* world = DemoWorldGet();
+    CameraInit(&world->camera, 8, nullptr, nullptr, nullptr, 10.0f, 10000.0f, 80.0f, 640.0f,
+               480.0f);
+    TerrainCreate(world);
+    world->engineGlobal[0] = world->engineGlobal[1] = world->engineGlobal[2] = 20.0f;
+    world->engineGlobal[3] = 1.0f;
+    LightsCreate(world->lights);
+    ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
     FloatingPointSetup();
+
+    for (int32_t i = 0; i < kDemoObjectCount; ++i)
+        ObjectFromTemplate(&world->objects[i], kMeshTemplates[i], kMeshTemplateSizes[i]);
+    for (int32_t i = 0; i < kDemoInstanceCount; ++i)
+        ObjectFromTemplate(&world->instances[i], MeshBalloon, MeshBalloon_size);
+    static const uint8_t kBalloonColours[kDemoInstanceCount][3] = {
+        {200, 200, 255}, {220, 220, 220}, {255, 12, 12}, {255, 255, 200},
+        {200, 24, 12},   {255, 211, 90},  {200, 200, 0}, {180, 200, 10}};
+    for (int32_t i = 0; i < kDemoInstanceCount; ++i)
+        Object3DSetColor(
+            &world->instances[i],
+            ColourPacker(kBalloonColours[i][0], kBalloonColours[i][1], kBalloonColours[i][2]));
+
+    for (int32_t i = 0; i < kInfoLineCount; ++i) gInfoLines[i] = kFestivalInfoLines[i];
+    gInfoLines[kInfoLineCount] = nullptr;
+    gInfoLineCount = kInfoLineCount;
+
+    gMusicHandle = StartMusic(kTuneXm, static_cast<uint32_t>(kTuneXm_size), kMusicSourceMemory);
     return 1;
 }
 

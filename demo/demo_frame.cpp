@@ -1,14 +1,24 @@
-// The per-frame driver: clocks, sky, keyboard, scene, drawing, present and pacing.
+// The per-frame driver: clocks, sky, keyboard, scene, the engine's passes, the render
+// pass, the overlay, present and pacing, in that order.
 #include "app/frame_clock.h"
 #include "app/keyboard.h"
+#include "assets/assets.h"
 #include "demo/demo.h"
+#include "demo/overlay.h"
 #include "demo/timeline.h"
+#include "demo/world.h"
 #include "display/display.h"
+#include "engine/clip.h"
 
 int DemoFrame() {
+    DemoWorld* world = DemoWorldGet();
+    Surface* back = DisplayBackSurface();
+    if (TimelineStateGet()->firstFrame) {
+        OverlayStart(FontImage, kScrollerText, back);
+        TimelineFirstFrameDone();
+    }
     FrameStartStamp();
     TimelineStart(TickNow());
-    Surface* back = DisplayBackSurface();
     SurfaceClear(back, 0, nullptr);
 
     int32_t red, green, blue;
@@ -17,10 +27,46 @@ int DemoFrame() {
     SurfaceFillRect(0, 0, 639, 479, ColourPacker(red, green, blue), back);
 
     KeyboardRead();
+    RenderList* list = RenderListMain();
+    RenderListReset(list);
+    const float skyTime = TimelineStateGet()->skyTime;
+    DemoLightsAnimate(world, skyTime);
+
     TimelineScheduleStep(TickNow());
-    TimelineSceneCamera();
+    Camera* camera = &world->camera;
+    const SceneCamera placed = TimelineSceneCamera();
+    camera->pos = placed.position;
+    camera->dir.y = placed.heading;
+    CameraBuildUVN(camera, placed.uvnMode);
+
+    DemoObjectsInsert(world, list, skyTime);
+    RenderListRemoveBackfaces(list, camera);
+    RenderListWorldToCamera(list, camera);
+    // Every plane is tested: side culling and the near cut both keep the work down.
+    RenderListClip(list, camera, kClipX | kClipY | kClipNearFar);
+    // The lights' world positions move every frame, so their camera-space copies are
+    // made afresh from them.
+    LightsTransform(world->lights, kMaxLights, camera->mcam, kLightsTransformToTrans);
+    LightRenderList(list, camera, world->lights, kMaxLights);
+    RenderListCameraToPerspective(list, camera);
+    RenderListPerspectiveToScreen(list, camera);
+
     SurfaceLock();
+    RenderContext* context = &world->context;
+    context->attr = kRenderDepthZ | kRenderAffine;  // 0x102
+    ZBufferClear(&world->zbuffer, 0x3E800000);      // 0.25f's bit pattern in every entry
+    context->frame = DisplayLockPointer();
+    context->framePitch = DisplayLockPitch();
+    context->depth = world->zbuffer.buffer;
+    context->depthPitch = 2560;
+    context->list = list;
+    context->perspectiveSwitchDistance = 1000;
+    context->alphaOverride = -1;
+    context->mipDistance = 0;
+    RenderPass(context);
     SurfaceUnlock();
+
+    OverlayDraw(back);
     DisplayPresent();
     FrameFinish();
     return 1;

@@ -1,0 +1,137 @@
+// Object and light motion of the show. Everything turns round the origin, where every
+// camera of the schedule looks: the logo hovers over the centre, the knot and the sun
+// or moon above it, the airship and the balloons circle it, the lighthouse stands on
+// its hill, and six coloured point lights sweep over the hills.
+#include "demo/world.h"
+
+#include <cmath>
+
+#include "assets/assets.h"
+
+static DemoWorld gWorld;
+
+DemoWorld* DemoWorldGet() {
+    return &gWorld;
+}
+
+// Spin angles grow a little every frame and wrap at a full turn.
+struct Spin {
+    float angle;
+    float step;
+};
+static Spin gLogoSpin = {0, 1.1f};
+static Spin gKnotSpin = {0, 0.9f};
+static Spin gSunSpin = {0, 0.6f};
+static Spin gMoonSpin = {0, 0.4f};
+static Spin gBalloonSpin = {0, 0.35f};
+
+static float SpinStep(Spin* spin) {
+    spin->angle += spin->step;
+    if (spin->angle >= 360.0f) spin->angle -= 360.0f;
+    return spin->angle;
+}
+
+static Vec3 Point(double x, double y, double z) {
+    return {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), 1.0f};
+}
+
+// Where the sun (by day) or the moon (by night) is: an arc over the valley.
+static Vec3 SkyBodyPosition(double t) {
+    const double h = 2000 * std::sin(t);
+    return Point(-1500 * std::cos(t), 1500 + 0.35 * std::fabs(h), 1300);
+}
+
+void DemoLightsAnimate(DemoWorld* world, float skyTime) {
+    const double t = skyTime;
+    // Lights 2..7: each on its own circle over the terrain, at its own pace.
+    static const struct {
+        double radius, speed, phase, height;
+    } kSweep[6] = {{1500, 0.55, 0.0, 520}, {2300, -0.35, 1.1, 600}, {900, 0.8, 2.3, 480},
+                   {2600, 0.25, 3.6, 650}, {1900, -0.6, 4.4, 560},  {1200, 0.45, 5.5, 500}};
+    for (int k = 0; k < 6; ++k) {
+        const double a = t * kSweep[k].speed + kSweep[k].phase;
+        world->lights[2 + k].pos =
+            Point(kSweep[k].radius * std::cos(a), kSweep[k].height + 120 * std::sin(1.7 * a),
+                  kSweep[k].radius * std::sin(a));
+    }
+    // Light 8 is the sun's warm light by day, light 9 the moon's blue light by night.
+    const double h = 2000 * std::sin(t);
+    Light& sunLight = world->lights[8];
+    Light& moonLight = world->lights[9];
+    sunLight.state = h > 0;
+    moonLight.state = h <= 0;
+    sunLight.pos = SkyBodyPosition(t);
+    moonLight.pos = sunLight.pos;
+}
+
+// Reset, transform by m from the local list, move to the world position, insert.
+static void ObjectThroughEngine(Object3D* obj, const Mat4& m, RenderList* list) {
+    Object3DReset(obj);
+    Object3DTransform(obj, m, kTransformLocalToTrans, 0, 1);
+    Object3DModelToWorld(obj, kTransformTransOnly, 1);
+    RenderListInsertObject(list, obj, 0);
+}
+
+void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
+    const double t = skyTime;
+    Mat4 m;  // the frame's shared object matrix, rebuilt for each object
+
+    Mat4BuildRotationXYZ(0, 0, 0, &m);
+    ObjectThroughEngine(&world->terrain, m, list);
+
+    // The logo hovers over the centre and turns slowly to face every camera in turn.
+    Object3D* logo = &world->objects[0];
+    logo->worldPos = Point(0, 760 + 60 * std::sin(1.3 * t), 0);
+    Mat4BuildRotationXYZ(0, SpinStep(&gLogoSpin), 0, &m);
+    ObjectThroughEngine(logo, m, list);
+
+    // The lighthouse stands on the highest hill.
+    Object3D* lighthouse = &world->objects[1];
+    lighthouse->worldPos = Point(kLandmarkHillX, kLandmarkHillY, kLandmarkHillZ);
+    Mat4BuildRotationXYZ(0, 0, 0, &m);
+    ObjectThroughEngine(lighthouse, m, list);
+
+    // The airship circles the centre nose first, rolling gently into its turn.
+    Object3D* airship = &world->objects[2];
+    const double orbit = 0.32 * t;
+    airship->worldPos =
+        Point(1900 * std::cos(orbit), 1350 + 120 * std::sin(0.8 * t), 1900 * std::sin(orbit));
+    const float heading = static_cast<float>(-(orbit * 180.0 / 3.14159265358979) - 90.0);
+    Mat4BuildRotationXYZ(static_cast<float>(6 * std::sin(1.1 * t)), heading, 0, &m);
+    ObjectThroughEngine(airship, m, list);
+
+    // The knot tumbles above the lighthouse's side of the valley.
+    Object3D* knot = &world->objects[3];
+    knot->worldPos = Point(1100, 1050 + 90 * std::sin(0.9 * t), -1000);
+    const float k = SpinStep(&gKnotSpin);
+    Mat4BuildRotationXYZ(k, 1.3f * k, 0.7f * k, &m);
+    ObjectThroughEngine(knot, m, list);
+
+    // The sun by day, the moon by night, on an arc over the valley.
+    const double h = 2000 * std::sin(t);
+    Object3D* sun = &world->objects[kDemoSun];
+    Object3D* moon = &world->objects[kDemoMoon];
+    sun->dir.x = static_cast<float>(h);
+    const Vec3 sky = SkyBodyPosition(t);
+    if (h > 0) {
+        sun->worldPos = sky;
+        Mat4BuildRotationXYZ(0, 0, SpinStep(&gSunSpin), &m);
+        ObjectThroughEngine(sun, m, list);
+    } else {
+        moon->worldPos = sky;
+        Mat4BuildRotationXYZ(0, SpinStep(&gMoonSpin), 0, &m);
+        ObjectThroughEngine(moon, m, list);
+    }
+
+    // The balloons drift round the valley, each at its own height and bob.
+    const float turn = SpinStep(&gBalloonSpin);
+    for (int i = 0; i < kDemoInstanceCount; ++i) {
+        Object3D* balloon = &world->instances[i];
+        const double a = 0.12 * t + i * 0.785398;
+        const double r = 1500 + 350 * std::sin(0.5 * t + i * 1.7);
+        balloon->worldPos = Point(r * std::cos(a), 700 + 120 * i + 90 * std::sin(0.9 * t + i * 1.3),
+                                  r * std::sin(a));
+        Mat4BuildRotationXYZ(0, turn + 45.0f * i, 0, &m);
+        ObjectThroughEngine(balloon, m, list);
+    }
+}

@@ -1,0 +1,40 @@
+// The show's world: camera, terrain, the six objects and the eight balloons, the ten
+// lights, the depth buffer and the render context, and how they move each frame.
+#pragma once
+#include <cstdint>
+
+#include "engine/camera.h"
+#include "engine/light.h"
+#include "engine/object3d.h"
+#include "engine/render_list.h"
+#include "engine/render_pass.h"
+#include "engine/zbuffer.h"
+
+constexpr int32_t kDemoObjectCount = 6;    // logo, lighthouse, airship, knot, sun, moon
+constexpr int32_t kDemoInstanceCount = 8;  // the coloured balloons
+constexpr int32_t kDemoSun = 4;            // drawn while its height h > 0
+constexpr int32_t kDemoMoon = 5;           // drawn otherwise
+
+struct DemoWorld {
+    Camera camera;
+    Object3D terrain;
+    Object3D objects[kDemoObjectCount];
+    Object3D instances[kDemoInstanceCount];
+    Light lights[kMaxLights];
+    ZBuffer zbuffer;
+    RenderContext context;
+    float engineGlobal[4];  // (20, 20, 20, 1), set at start-up; nothing in this build reads it
+};
+
+// The one world of the process (static storage).
+DemoWorld* DemoWorldGet();
+
+// Moves the point lights for this frame (positions from the sky time) and switches
+// the sun's and the moon's lights with the time of day.
+void DemoLightsAnimate(DemoWorld* world, float skyTime);
+
+// Places every object for this frame and takes it through reset, transform,
+// model-to-world and insertion into `list`: the terrain, the logo, lighthouse, airship
+// and knot, the sun or the moon (h = 2000 sin(sky time) decides, kept in the sun's
+// record as dir.x), and the eight balloons.
+void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime);
