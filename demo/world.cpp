@@ -38,7 +38,7 @@ static Vec3 Point(double x, double y, double z) {
 // Where the sun (by day) or the moon (by night) is: an arc over the valley.
 static Vec3 SkyBodyPosition(double t) {
     const double h = 2000 * std::sin(t);
-    return Point(-1500 * std::cos(t), 1500 + 0.35 * std::fabs(h), 1300);
+    return Point(-2300 * std::cos(0.5 * t), 750 + 0.45 * std::fabs(h), -2300 * std::sin(0.5 * t));
 }
 
 void DemoLightsAnimate(DemoWorld* world, float skyTime) {
@@ -81,7 +81,7 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
 
     // The logo hovers over the centre and turns slowly to face every camera in turn.
     Object3D* logo = &world->objects[0];
-    logo->worldPos = Point(0, 760 + 60 * std::sin(1.3 * t), 0);
+    logo->worldPos = Point(0, 500 + 60 * std::sin(1.3 * t), 0);
     Mat4BuildRotationXYZ(0, SpinStep(&gLogoSpin), 0, &m);
     ObjectThroughEngine(logo, m, list);
 
@@ -100,9 +100,11 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     Mat4BuildRotationXYZ(static_cast<float>(6 * std::sin(1.1 * t)), heading, 0, &m);
     ObjectThroughEngine(airship, m, list);
 
-    // The knot tumbles above the lighthouse's side of the valley.
+    // The knot tumbles round the logo, slowly, above the basin.
     Object3D* knot = &world->objects[3];
-    knot->worldPos = Point(1100, 1050 + 90 * std::sin(0.9 * t), -1000);
+    const double knotOrbit = 0.15 * t + 0.7;
+    knot->worldPos = Point(1000 * std::cos(knotOrbit), 950 + 90 * std::sin(0.9 * t),
+                           1000 * std::sin(knotOrbit));
     const float k = SpinStep(&gKnotSpin);
     Mat4BuildRotationXYZ(k, 1.3f * k, 0.7f * k, &m);
     ObjectThroughEngine(knot, m, list);
