@@ -130,8 +130,8 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     for (int i = 0; i < kDemoInstanceCount; ++i) {
         Object3D* balloon = &world->instances[i];
         const double a = 0.12 * t + i * 0.785398;
-        const double r = 1500 + 350 * std::sin(0.5 * t + i * 1.7);
-        balloon->worldPos = Point(r * std::cos(a), 700 + 120 * i + 90 * std::sin(0.9 * t + i * 1.3),
+        const double r = 1250 + 250 * std::sin(0.5 * t + i * 1.7);
+        balloon->worldPos = Point(r * std::cos(a), 650 + 85 * i + 90 * std::sin(0.9 * t + i * 1.3),
                                   r * std::sin(a));
         Mat4BuildRotationXYZ(0, turn + 45.0f * i, 0, &m);
         ObjectThroughEngine(balloon, m, list);

@@ -25,7 +25,8 @@ if [ "$kind" = windows ]; then
   export WINEPREFIX=${WINEPREFIX:-$HOME/.wine-invitro} WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   wineboot -i >/dev/null 2>&1
   wineserver -w
-  wine "$exe" &
+  # Wine reports its missing sound card on stderr; the intro then runs silent.
+  wine "$exe" 2>"${shot%.png}.wine.log" &
   app=$!
 else
   SDL_AUDIODRIVER=${SDL_AUDIODRIVER:-dummy} "$exe" &
