@@ -41,6 +41,24 @@ static Vec3 SkyBodyPosition(double t) {
     return Point(-2300 * std::cos(0.5 * t), 750 + 0.45 * std::fabs(h), -2300 * std::sin(0.5 * t));
 }
 
+void DemoLightsCreate(Light* lights) {
+    LightsInit(lights, kMaxLights);
+    const Vec3 direction = {-1, 1, -1, 1};
+    const Vec3 position = {0, 500, 0, 1};
+    LightInit(lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0, 0);
+    LightInit(lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0, 0, 0,
+              0);
+    static const struct {
+        uint32_t state, colour;
+        float linear;
+    } kPoint[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
+                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
+                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
+    for (int32_t i = 0; i < 8; ++i)
+        LightInit(lights, 2 + i, kPoint[i].state, kLightPoint, 0, kPoint[i].colour, 0, &position,
+                  nullptr, 0, kPoint[i].linear, 0, 0, 0, 1.0f);
+}
+
 void DemoLightsAnimate(DemoWorld* world, float skyTime) {
     const double t = skyTime;
     // Lights 2..7: each on its own circle over the terrain, at its own pace.
@@ -103,8 +121,8 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     // The knot tumbles round the logo, slowly, above the basin.
     Object3D* knot = &world->objects[3];
     const double knotOrbit = 0.15 * t + 0.7;
-    knot->worldPos = Point(1000 * std::cos(knotOrbit), 950 + 90 * std::sin(0.9 * t),
-                           1000 * std::sin(knotOrbit));
+    knot->worldPos =
+        Point(1000 * std::cos(knotOrbit), 950 + 90 * std::sin(0.9 * t), 1000 * std::sin(knotOrbit));
     const float k = SpinStep(&gKnotSpin);
     Mat4BuildRotationXYZ(k, 1.3f * k, 0.7f * k, &m);
     ObjectThroughEngine(knot, m, list);
