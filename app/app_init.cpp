@@ -39,24 +39,6 @@ static void TerrainCreate(DemoWorld* world) {
                             &textureHeader);
 }
 
-static void LightsCreate(Light* lights) {
-    LightsInit(lights, kMaxLights);
-    const Vec3 direction = {-1, 1, -1, 1};
-    const Vec3 position = {0, 500, 0, 1};
-    LightInit(lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0, 0);
-    LightInit(lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0, 0, 0,
-              0);
-    static const struct {
-        uint32_t state, colour;
-        float linear;
-    } kPoint[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
-                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
-                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
-    for (int32_t i = 0; i < 8; ++i)
-        LightInit(lights, 2 + i, kPoint[i].state, kLightPoint, 0, kPoint[i].colour, 0, &position,
-                  nullptr, 0, kPoint[i].linear, 0, 0, 0, 1.0f);
-}
-
 int AppInit() {
     ScreenSaverActivate(0);
     // The results of the start-up steps are not checked: a part that fails to start
@@ -75,7 +57,7 @@ int AppInit() {
     TerrainCreate(world);
     world->engineGlobal[0] = world->engineGlobal[1] = world->engineGlobal[2] = 20.0f;
     world->engineGlobal[3] = 1.0f;
-    LightsCreate(world->lights);
+    DemoLightsCreate(world->lights);
     ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
     FloatingPointSetup();
 

@@ -38,7 +38,25 @@ static Vec3 Point(double x, double y, double z) {
 // Where the sun (by day) or the moon (by night) is: an arc over the valley.
 static Vec3 SkyBodyPosition(double t) {
     const double h = 2000 * std::sin(t);
-    return Point(-1500 * std::cos(t), 1500 + 0.35 * std::fabs(h), 1300);
+    return Point(-2300 * std::cos(0.5 * t), 750 + 0.45 * std::fabs(h), -2300 * std::sin(0.5 * t));
+}
+
+void DemoLightsCreate(Light* lights) {
+    LightsInit(lights, kMaxLights);
+    const Vec3 direction = {-1, 1, -1, 1};
+    const Vec3 position = {0, 500, 0, 1};
+    LightInit(lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0, 0);
+    LightInit(lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0, 0, 0,
+              0);
+    static const struct {
+        uint32_t state, colour;
+        float linear;
+    } kPoint[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
+                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
+                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
+    for (int32_t i = 0; i < 8; ++i)
+        LightInit(lights, 2 + i, kPoint[i].state, kLightPoint, 0, kPoint[i].colour, 0, &position,
+                  nullptr, 0, kPoint[i].linear, 0, 0, 0, 1.0f);
 }
 
 void DemoLightsAnimate(DemoWorld* world, float skyTime) {
@@ -81,7 +99,7 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
 
     // The logo hovers over the centre and turns slowly to face every camera in turn.
     Object3D* logo = &world->objects[0];
-    logo->worldPos = Point(0, 760 + 60 * std::sin(1.3 * t), 0);
+    logo->worldPos = Point(0, 500 + 60 * std::sin(1.3 * t), 0);
     Mat4BuildRotationXYZ(0, SpinStep(&gLogoSpin), 0, &m);
     ObjectThroughEngine(logo, m, list);
 
@@ -100,9 +118,11 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     Mat4BuildRotationXYZ(static_cast<float>(6 * std::sin(1.1 * t)), heading, 0, &m);
     ObjectThroughEngine(airship, m, list);
 
-    // The knot tumbles above the lighthouse's side of the valley.
+    // The knot tumbles round the logo, slowly, above the basin.
     Object3D* knot = &world->objects[3];
-    knot->worldPos = Point(1100, 1050 + 90 * std::sin(0.9 * t), -1000);
+    const double knotOrbit = 0.15 * t + 0.7;
+    knot->worldPos =
+        Point(1000 * std::cos(knotOrbit), 950 + 90 * std::sin(0.9 * t), 1000 * std::sin(knotOrbit));
     const float k = SpinStep(&gKnotSpin);
     Mat4BuildRotationXYZ(k, 1.3f * k, 0.7f * k, &m);
     ObjectThroughEngine(knot, m, list);
@@ -128,8 +148,8 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     for (int i = 0; i < kDemoInstanceCount; ++i) {
         Object3D* balloon = &world->instances[i];
         const double a = 0.12 * t + i * 0.785398;
-        const double r = 1500 + 350 * std::sin(0.5 * t + i * 1.7);
-        balloon->worldPos = Point(r * std::cos(a), 700 + 120 * i + 90 * std::sin(0.9 * t + i * 1.3),
+        const double r = 1250 + 250 * std::sin(0.5 * t + i * 1.7);
+        balloon->worldPos = Point(r * std::cos(a), 650 + 85 * i + 90 * std::sin(0.9 * t + i * 1.3),
                                   r * std::sin(a));
         Mat4BuildRotationXYZ(0, turn + 45.0f * i, 0, &m);
         ObjectThroughEngine(balloon, m, list);

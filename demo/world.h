@@ -29,6 +29,10 @@ struct DemoWorld {
 // The one world of the process (static storage).
 DemoWorld* DemoWorldGet();
 
+// The ten lights of start-up: ambient, one directional light and eight point lights
+// over the centre (the last two, the sun's and the moon's, start switched off).
+void DemoLightsCreate(Light* lights);
+
 // Moves the point lights for this frame (positions from the sky time) and switches
 // the sun's and the moon's lights with the time of day.
 void DemoLightsAnimate(DemoWorld* world, float skyTime);

@@ -7,7 +7,7 @@ packages_of() {
   case "$1" in
     build)    echo "cmake make g++ pkg-config libsdl2-dev libgtest-dev googletest libbenchmark-dev libpng-dev" ;;
     windows)  echo "g++-mingw-w64-x86-64" ;;
-    smoke)    echo "xvfb xdotool imagemagick x11-utils wine wine64" ;;
+    smoke)    echo "xvfb xdotool imagemagick x11-utils python3 wine wine64" ;;
     tools)    echo "sox ffmpeg" ;;
     assets)   echo "libfreetype-dev fonts-dejavu-extra python3" ;;
     sanitize) echo "clang-14 libclang-rt-14-dev" ;;

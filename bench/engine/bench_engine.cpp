@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "demo/timeline.h"
+#include "demo/world.h"
 #include "display/colour.h"
 #include "engine/camera.h"
 #include "engine/clip.h"
@@ -57,30 +59,20 @@ void SceneInit(Scene* scene) {
     Object3DGenerateTerrain(&scene->terrain, 6000.0f, 6000.0f, 1000.0f, "", "",
                             ColourPacker(50, 100, 30), &origin, nullptr, 648, &map, &bitmap);
 
-    LightsInit(scene->lights, kMaxLights);
-    const Vec3 direction = {-1, 1, -1, 1};
-    const Vec3 above = {0, 500, 0, 1};
-    LightInit(scene->lights, 0, 1, kLightAmbient, 0x64646400, 0, 0, nullptr, nullptr, 0, 0, 0, 0, 0,
-              0);
-    LightInit(scene->lights, 1, 1, kLightInfinite, 0, 0xFFFFFF00, 0, nullptr, &direction, 0, 0, 0,
-              0, 0, 0);
-    const struct {
-        uint32_t state, colour;
-        float kl;
-    } points[8] = {{1, 0xFF800000, 0.001f},   {1, 0xFFFF0000, 0.002f},  {1, 0xFF800000, 0.001f},
-                   {1, 0xFF800000, 0.0008f},  {1, 0xFF800000, 0.001f},  {1, 0xFF800000, 0.001f},
-                   {0, 0xFFDF7B00, 0.00065f}, {0, 0x18518D00, 0.00065f}};
-    for (int i = 0; i < 8; ++i) {
-        LightInit(scene->lights, i + 2, points[i].state, kLightPoint, 0, points[i].colour, 0,
-                  &above, nullptr, 0, points[i].kl, 0, 0, 0, 1.0f);
-    }
+    DemoLightsCreate(scene->lights);
 }
 
-// Places the camera on the first terrain scene's path at angles p, q, r.
-void CameraPlace(Camera* camera, double p, double q, double r) {
-    camera->pos.x = static_cast<float>(3000 * std::cos(p) + 500 * std::sin(2 * q + 0.125));
-    camera->pos.y = static_cast<float>(1400 + 900 * std::cos(r));
-    camera->pos.z = static_cast<float>(3000 * std::sin(q) + 700 * std::cos(1.7 * p + 46.056));
+// Puts the schedule into the first terrain scene (0): the next TimelineSceneCamera
+// calls walk its camera path from angles 0, 0, 0.
+void SceneZeroEnter() {
+    TimelineReset();
+    TimelineStart(1);
+    TimelineScheduleStep(1 + 15001);
+}
+
+// Places the camera for the scene's next frame.
+void CameraPlace(Camera* camera) {
+    camera->pos = TimelineSceneCamera().position;
     CameraBuildUVN(camera, kCameraUVNTarget);
 }
 
@@ -120,7 +112,8 @@ void Report(benchmark::State& state, int drawable) {
 void BM_TerrainFrameScene0Start(benchmark::State& state) {
     SceneInit(&gScene);
     RenderList* list = RenderListMain();
-    CameraPlace(&gScene.camera, 0, 0, 0);
+    SceneZeroEnter();
+    CameraPlace(&gScene.camera);
     int drawable = 0;
     for (auto _ : state) {
         drawable = FramePipeline(&gScene, list);
@@ -134,13 +127,12 @@ BENCHMARK(BM_TerrainFrameScene0Start)->Unit(benchmark::kMicrosecond);
 void BM_TerrainFrameScene0Path(benchmark::State& state) {
     SceneInit(&gScene);
     RenderList* list = RenderListMain();
-    float p = 0, q = 0, r = 0;
+    SceneZeroEnter();
     int drawable = 0, frames = 0;
     for (auto _ : state) {
-        CameraPlace(&gScene.camera, p, q, r);
+        CameraPlace(&gScene.camera);
         drawable += FramePipeline(&gScene, list);
         ++frames;
-        p += 0.03256f, q += 0.04654f, r += 0.0156f;
     }
     Report(state, frames ? drawable / frames : 0);
 }

@@ -1,0 +1,128 @@
+// The whole intro through the headless platform on its virtual clock: the schedule of
+// a full cycle, the black last row and column, and frames of every scene against
+// reference pictures. (The references are `capture --at MS --png` frames.)
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "app/app.h"
+#include "app/headless/headless.h"
+#include "demo/demo.h"
+#include "demo/timeline.h"
+#include "display/colour.h"
+#include "display/headless/display_headless.h"
+#include "display/present_scale.h"
+#include "music/headless/wave_headless.h"
+#include "tools/common/png_image.h"
+
+namespace {
+
+constexpr int kWidth = 640, kHeight = 480;
+std::vector<uint16_t> gSurface(kWidth* kHeight);
+
+void Sink(const uint16_t* pixels, int32_t pitchBytes, int32_t, int32_t, void*) {
+    for (int y = 0; y < kHeight; ++y)
+        std::copy(pixels + y * (pitchBytes / 2), pixels + y * (pitchBytes / 2) + kWidth,
+                  gSurface.begin() + y * kWidth);
+}
+
+struct Reference {
+    uint32_t ms;
+    int scene;
+    const char* file;
+};
+const Reference kReferences[] = {{8000, 4, "scene4_008000.png"},
+                                 {35000, 0, "scene0_035000.png"},
+                                 {64000, 1, "scene1_064000.png"},
+                                 {84000, 2, "scene2_084000.png"},
+                                 {105000, 3, "scene3_105000.png"}};
+
+int Channel(uint16_t p, int c) {
+    return c == 0 ? (p >> 11) << 3 : c == 1 ? ((p >> 5) & 63) << 2 : (p & 31) << 3;
+}
+
+// Pixels whose colour differs from the reference by more than one 5-bit step in any
+// channel. Frames are exact on one build; other compilers or optimisation levels may
+// round a float a hair differently at a triangle's edge or in a lit colour, which moves
+// a handful of edge pixels or shifts a colour by one step, so a few are tolerated.
+int DifferingPixels(const std::vector<uint16_t>& picture, const std::vector<uint16_t>& reference) {
+    int count = 0;
+    for (size_t i = 0; i < picture.size(); ++i)
+        for (int c = 0; c < 3; ++c)
+            if (std::abs(Channel(picture[i], c) - Channel(reference[i], c)) > 8) {
+                ++count;
+                break;
+            }
+    return count;
+}
+
+}  // namespace
+
+TEST(Show, FullCycleMatchesScheduleAndReferences) {
+    HeadlessReset();
+    HeadlessClockSet(1000);
+    HeadlessWaveSetOpenFails(1);  // silent: the music is not what this test looks at
+    HeadlessDisplaySetSink(Sink, nullptr);
+    AppInit();
+
+    std::vector<int> order;
+    size_t next = 0;
+    const int frames = 115000 / 25 + 8;  // each scene lasts up to a frame longer
+    for (int n = 0; n < frames; ++n) {
+        const uint32_t ms = static_cast<uint32_t>(n) * 25;
+        HeadlessClockSet(1000 + ms);
+        DemoFrame();
+        const TimelineState* state = TimelineStateGet();
+        if (order.empty() || order.back() != state->scene) order.push_back(state->scene);
+        if (n == 0) {
+            ASSERT_EQ(state->scene, 4);
+            ASSERT_EQ(state->sceneDuration, 15000u);
+        }
+
+        // Row 479 is never drawn by the sky, the fillers or the overlay (the scroller
+        // ends above it); column 639 only by the overlay's two bands of text.
+        for (int x = 0; x < kWidth; ++x) ASSERT_EQ(gSurface[479 * kWidth + x], 0) << "frame " << n;
+        for (int y = 60; y < 400; ++y) ASSERT_EQ(gSurface[y * kWidth + 639], 0) << "frame " << n;
+
+        if (next < std::size(kReferences) && ms == kReferences[next].ms) {
+            const Reference& ref = kReferences[next++];
+            EXPECT_EQ(state->scene, ref.scene) << ref.file;
+            std::vector<uint16_t> picture(kWidth * kHeight, 0);
+            PresentScaleToScreen(gSurface.data(), kWidth * 2, kWidth, kHeight, picture.data(),
+                                 kWidth * 2);
+            // Sky colour somewhere in the top rows, the terrain's dark checks in the
+            // lower middle (above the scroller).
+            const uint16_t sky = ColourPacker(state->skyRed, state->skyGreen, state->skyBlue);
+            int skyPixels = 0, checks = 0;
+            for (int y = 60; y < 140; ++y)
+                for (int x = 0; x < 630; ++x) skyPixels += gSurface[y * kWidth + x] == sky;
+            for (int y = 300; y < 400; ++y)
+                for (int x = 0; x < 630; ++x) {
+                    const uint16_t p = gSurface[y * kWidth + x];
+                    checks += Channel(p, 0) < 40 && Channel(p, 1) < 40 && Channel(p, 2) < 40;
+                }
+            EXPECT_GT(skyPixels, 1000) << ref.file << ": no sky";
+            EXPECT_GT(checks, 5000) << ref.file << ": no dark checks of the terrain";
+            std::vector<uint16_t> reference(kWidth * kHeight);
+            int32_t w = 0, h = 0;
+            const std::string path = std::string(INVITRO_SHOW_REFERENCE_DIR) + "/" + ref.file;
+            ASSERT_TRUE(PngReadRgb565(path.c_str(), reference.data(), kWidth * kHeight, &w, &h))
+                << path;
+            ASSERT_EQ(w, kWidth);
+            ASSERT_EQ(h, kHeight);
+            const int differing = DifferingPixels(picture, reference);
+            EXPECT_LE(differing, kWidth * kHeight / 200) << ref.file;
+            if (differing > kWidth * kHeight / 200) {
+                const std::string failed = std::string(ref.file) + ".actual.png";
+                PngWriteRgb565(failed.c_str(), picture.data(), kWidth, kHeight, kWidth * 2);
+            }
+        }
+    }
+    const std::vector<int> expected = {4, 0, 1, 2, 3, 4};
+    EXPECT_EQ(order, expected);
+    EXPECT_EQ(next, std::size(kReferences));
+    EXPECT_EQ(HeadlessDisplayPresentCount(), frames);
+    HeadlessDisplaySetSink(nullptr, nullptr);
+}
