@@ -75,7 +75,9 @@ TEST(EdgePaths, EachFailedStartLeavesItsPartInertAndTheShowRuns) {
         EXPECT_EQ(run.escapeByScan, c.escapeByScan);
         EXPECT_EQ(run.frames, c.frames);
         EXPECT_EQ(run.presented, c.presented);
-        if (c.failures & kDisplay) EXPECT_EQ(DisplayBackSurface(), nullptr);
+        if (c.failures & kDisplay) {
+            EXPECT_EQ(DisplayBackSurface(), nullptr);
+        }
     }
 }
 
