@@ -32,7 +32,7 @@ step "Fuzzer: build (clang-14, libFuzzer + ASan + UBSan)"
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 
-step "Fuzzer: ${fuzz_seconds} s on the module loader, player and mixer"
+step "Fuzzer: ${fuzz_seconds} s on the module loader, player and mixer (two workers)"
 corpus=$(mktemp -d)
 trap 'rm -rf "$corpus"' EXIT
 cp tests/fuzz/seeds/*.xm assets/tune.xm "$corpus"/
@@ -41,11 +41,17 @@ artifacts=build/fuzz/artifacts
 mkdir -p "$artifacts"
 log=build/fuzz/fuzz.log
 status=0
-build/fuzz/tests/fuzz/fuzz_xm "$corpus" -max_total_time="$fuzz_seconds" -timeout=20 \
-  -rss_limit_mb=2048 -max_len=65536 -print_final_stats=1 \
+# Fork mode uses both cores; by default it would shrug off timeouts and running out of
+# memory, which here are failures as much as crashes are.
+build/fuzz/tests/fuzz/fuzz_xm "$corpus" -fork=2 -ignore_timeouts=0 -ignore_ooms=0 \
+  -max_total_time="$fuzz_seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 \
   -artifact_prefix="$artifacts/" >"$log" 2>&1 || status=$?
-grep -E '^(stat::number_of_executed_units|stat::average_exec_per_sec|stat::new_units_added)' \
-  "$log" || true
+last=$(grep -E '^#[0-9]+: cov:' "$log" | tail -n 1 || true)
+echo "last status: $last"
+runs=$(echo "$last" | sed -E 's/^#([0-9]+):.*/\1/')
+seconds=$(echo "$last" | sed -E 's/.* time: ([0-9]+)s.*/\1/')
+[ -n "$runs" ] && [ "${seconds:-0}" -gt 0 ] &&
+  echo "fuzz executions: $runs in $seconds s ($(( runs / seconds )) a second)"
 if [ "$status" -ne 0 ]; then
   tail -n 60 "$log"
   echo "The fuzzer found a problem; the input is in $artifacts/. Fix it and add the input to"
