@@ -117,7 +117,9 @@ int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t b
 }
 
 int RenderPass(const RenderContext* context) {
-    if (!context || !context->list) return 0;
+    // No FrameBuffer is locked when the display did not start: nothing can be drawn (the
+    // clip rectangle may still describe a surface of an earlier start).
+    if (!context || !context->list || !context->frame) return 0;
     RenderList* list = context->list;
     RasterTri* work = &gWork;
     for (int32_t k = 0; k < list->numPolys; ++k) {

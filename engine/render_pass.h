@@ -33,7 +33,7 @@ struct RenderContext {
 
 // Draws the context's render list: each active, unclipped, front-facing triangle through
 // a working copy (the list is not modified) and the member RenderPassChooseFiller names.
-// Returns 1, or 0 for a null context or list.
+// Returns 1, or 0 (drawing nothing) for a null context, list or frame.
 int RenderPass(const RenderContext* context);
 
 // The routing: the member number (1..44) that draws a triangle with attributes triAttr

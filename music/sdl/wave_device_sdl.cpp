@@ -12,10 +12,15 @@ namespace {
 SDL_AudioDeviceID gDevice;
 const uint8_t* gRing;
 uint32_t gRingBytes;
+// The play position is the only hand-over between the stream thread and the device:
+// every update while playing is a read-modify-write (the device's advance here, the
+// stream thread's query in WaveDevicePosition), so each lies in the release sequence of
+// the others. Slices rendered before a query are thereby ordered before the device
+// copies them, and a copy before the position that lets the thread render over it.
 std::atomic<uint32_t> gBytesPlayed;
 
 void SDLCALL RingPlay(void*, Uint8* stream, int length) {
-    uint32_t played = gBytesPlayed.load(std::memory_order_relaxed);
+    const uint32_t played = gBytesPlayed.load(std::memory_order_acquire);
     if (!gRing) {
         std::memset(stream, 0, static_cast<size_t>(length));
         return;
@@ -29,7 +34,7 @@ void SDLCALL RingPlay(void*, Uint8* stream, int length) {
         left -= part;
         offset = 0;
     }
-    gBytesPlayed.store(played + static_cast<uint32_t>(length), std::memory_order_release);
+    gBytesPlayed.fetch_add(static_cast<uint32_t>(length), std::memory_order_release);
 }
 
 }  // namespace
@@ -65,7 +70,8 @@ void WaveDeviceWrite() {
 }
 
 uint32_t WaveDevicePosition() {
-    return gBytesPlayed.load(std::memory_order_acquire);
+    // Adds nothing; a read-modify-write rather than a load (see gBytesPlayed).
+    return gBytesPlayed.fetch_add(0, std::memory_order_acq_rel);
 }
 
 void WaveDeviceUnprepare() {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,7 +16,9 @@
 
 namespace {
 
-const std::string kDir = "/tmp/invitro_xm2wav_test";
+// One directory per process: ctest runs the two tests side by side (and other build
+// trees may run them at the same time), and both write stderr.txt here.
+const std::string kDir = "/tmp/invitro_xm2wav_test." + std::to_string(getpid());
 
 int Xm2Wav(const std::string& arguments, std::string* errors = nullptr) {
     const std::string command =
@@ -63,6 +66,7 @@ TEST(Xm2Wav, RendersUntilTheSongStartsOverOrForTheSecondsAsked) {
     ASSERT_EQ(Xm2Wav(kDir + "/demo.xm " + kDir + "/one.wav --seconds 1"), 0);
     EXPECT_EQ(Slurp(kDir + "/one.wav").size(), 44u + 44100 * 4);
     EXPECT_EQ(Xm2Wav("--help"), 0);
+    std::system(("rm -rf " + kDir).c_str());
 }
 
 TEST(Xm2Wav, BadInputFailsWithOneLineAndLeavesTheOutputAlone) {
@@ -81,4 +85,5 @@ TEST(Xm2Wav, BadInputFailsWithOneLineAndLeavesTheOutputAlone) {
     EXPECT_EQ(Xm2Wav(kDir + "/demo.xm"), 1);
     EXPECT_EQ(Xm2Wav("a.xm b.wav --loops"), 1);
     EXPECT_EQ(std::system(("ls " + kDir + " | grep -q XXXXXX\\|keep.wav.").c_str()) != 0, true);
+    std::system(("rm -rf " + kDir).c_str());
 }

@@ -107,6 +107,16 @@ TEST(RenderPass, WhatIsDrawnAndTheUntouchedList) {
     RenderPass(&none.ctx);
     EXPECT_EQ(none.canvas.Drawn(), 0);
 
+    // Without a locked FrameBuffer (the display did not start) nothing is drawn, though
+    // the clip rectangle still spans the whole screen.
+    Pass unlocked(0x102);
+    unlocked.Add(0x40);
+    unlocked.ctx.frame = nullptr;
+    unlocked.ctx.framePitch = 0;
+    EXPECT_EQ(RenderPass(&unlocked.ctx), 0);
+    EXPECT_EQ(std::count(unlocked.canvas.depth.begin(), unlocked.canvas.depth.end(), 0xFFFFFFFFu),
+              kWidth * kHeight);
+
     Pass both(0x105);  // none wins over inverse z: drawn, the depth buffer untouched
     both.Add(0x40);
     RenderPass(&both.ctx);
