@@ -20,6 +20,7 @@
 #include "music/music.h"
 #include "tools/capture/capture_output.h"
 #include "tools/common/png_image.h"
+#include "tools/common/wav_file.h"
 
 namespace {
 
@@ -147,7 +148,7 @@ struct MusicFeed {
 };
 
 // Hands out the next `frames` stereo frames (to `wav` when non-null).
-bool MusicPull(MusicFeed* feed, uint32_t frames, WavWriter* wav) {
+bool MusicPull(MusicFeed* feed, uint32_t frames, WavFile* wav) {
     while (frames > 0) {
         if (feed->used == kMusicSliceFrames) {
             const uint32_t index = MusicNextSlice();
@@ -156,7 +157,7 @@ bool MusicPull(MusicFeed* feed, uint32_t frames, WavWriter* wav) {
             feed->used = 0;
         }
         const uint32_t n = std::min(frames, kMusicSliceFrames - feed->used);
-        if (wav && !WavAppend(wav, feed->slice + feed->used * 2, n)) return false;
+        if (wav && !WavFileAppend(wav, feed->slice + feed->used * 2, n)) return false;
         feed->used += n;
         frames -= n;
     }
@@ -221,16 +222,16 @@ int main(int argc, char** argv) {
     const long count = single ? 1 : static_cast<long>(o.seconds * o.fps + 0.5);
     const long lastFrame = firstFrame + count;
 
-    WavWriter wav;
+    WavFile wav;
     VideoPipe video;
     std::string error;
     auto fail = [&](const std::string& message) {
-        WavAbandon(&wav);
+        WavFileAbandon(&wav);
         VideoAbandon(&video);
         Die(message);
     };
     const std::string wavPath = o.out + "/audio.wav";
-    if (!single && !WavOpen(&wav, wavPath, &error)) fail(error);
+    if (!single && !WavFileOpen(&wav, wavPath.c_str(), &error)) fail(error);
     if (!o.mp4.empty() &&
         !VideoOpen(&video, o.out, kWidth * o.scale, kHeight * o.scale, o.fps, &error))
         fail(error);
@@ -270,12 +271,13 @@ int main(int argc, char** argv) {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
     Progress(count, count, FrameTime(lastFrame, o.fps) / 1000.0, elapsed, true);
 
-    if (!single && !WavFinish(&wav, &error)) fail(error);
+    if (!single && !WavFileFinish(&wav, &error)) fail(error);
     if (video.pipe && !VideoFinish(&video, wavPath, o.mp4, &error)) fail(error);
     AppShutdown();
     MusicRenderClose();
     std::fprintf(stderr, "capture: %ld frame%s", count, count == 1 ? "" : "s");
-    if (!single) std::fprintf(stderr, " and %u audio frames", wav.frames);
+    if (!single)
+        std::fprintf(stderr, " and %llu audio frames", static_cast<unsigned long long>(wav.frames));
     std::fprintf(stderr, " written to %s%s%s\n", o.out.c_str(), o.mp4.empty() ? "" : " and ",
                  o.mp4.c_str());
     return 0;

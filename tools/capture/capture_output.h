@@ -10,19 +10,6 @@
 void CaptureScreenPicture(const uint16_t* surface, int32_t pitchBytes, int32_t width,
                           int32_t height, int32_t scale, std::vector<uint16_t>* picture);
 
-// A 44100 Hz stereo 16-bit WAV file written under a temporary name and renamed when
-// finished, so an interrupted capture never leaves a complete-looking file.
-struct WavWriter {
-    std::string path;
-    std::string temporary;
-    std::FILE* file = nullptr;
-    uint32_t frames = 0;
-};
-int WavOpen(WavWriter* wav, const std::string& path, std::string* error);
-int WavAppend(WavWriter* wav, const int16_t* samples, uint32_t frames);
-int WavFinish(WavWriter* wav, std::string* error);
-void WavAbandon(WavWriter* wav);
-
 // The H.264 video stream fed to ffmpeg through a pipe, muxed with the WAV at the end.
 struct VideoPipe {
     std::FILE* pipe = nullptr;

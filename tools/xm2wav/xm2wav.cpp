@@ -11,6 +11,7 @@
 
 #include "music/music.h"
 #include "music/xm_player.h"
+#include "tools/common/wav_file.h"
 
 namespace {
 
@@ -29,6 +30,11 @@ int Fail(const char* what, const char* why) {
     return 1;
 }
 
+int Fail(const std::string& message) {
+    std::fprintf(stderr, "xm2wav: %s\n", message.c_str());
+    return 1;
+}
+
 // The 20-character name at offset 17 of the file, trimmed.
 std::string ModuleName(const char* path) {
     char header[37] = {};
@@ -43,22 +49,6 @@ std::string ModuleName(const char* path) {
     for (char& c : name)
         if (static_cast<unsigned char>(c) < 32 || static_cast<unsigned char>(c) > 126) c = '?';
     return name;
-}
-
-void Put32(unsigned char* p, uint32_t v) {
-    for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
-}
-
-void WavHeader(unsigned char* h, uint32_t dataBytes) {
-    std::memcpy(h, "RIFF", 4);
-    Put32(h + 4, 36 + dataBytes);
-    std::memcpy(h + 8, "WAVEfmt ", 8);
-    Put32(h + 16, 16);
-    const unsigned char format[16] = {1,    0,    2,    0, 0x44, 0xAC, 0,  0,
-                                      0x10, 0xB1, 0x02, 0, 4,    0,    16, 0};
-    std::memcpy(h + 20, format, 16);
-    std::memcpy(h + 36, "data", 4);
-    Put32(h + 40, dataBytes);
 }
 
 int ParseCount(const char* text, double* value) {
@@ -130,25 +120,17 @@ int main(int argc, char** argv) {
         m->songLength, (m->flags & kXmLinearFrequencies) ? "linear" : "Amiga", m->defaultTempo,
         m->defaultBpm);
 
-    std::string temp = std::string(outPath) + ".XXXXXX";
-    const int fd = mkstemp(temp.data());
-    if (fd < 0) {
+    WavFile wav;
+    std::string error;
+    if (!WavFileOpen(&wav, outPath, &error)) {
         MusicRenderClose();
-        return Fail(outPath, std::strerror(errno));
+        return Fail(error);
     }
-    // The temporary file gets the permissions a new file would get.
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(fd, 0666 & ~mask);
-    std::FILE* out = fdopen(fd, "wb");
-    unsigned char header[44];
-    WavHeader(header, 0);
-    bool ok = out && std::fwrite(header, 1, sizeof header, out) == sizeof header;
+    bool ok = true;
 
     const uint64_t frameLimit = static_cast<uint64_t>(seconds * 44100.0);
     const uint32_t loopTarget = static_cast<uint32_t>(loops);
     uint64_t frames = 0;
-    unsigned char bytes[kMusicSliceFrames * 4];
     uint32_t slices = 0;
     while (ok && frames < frameLimit) {
         const uint32_t slice = MusicNextSlice();
@@ -161,12 +143,7 @@ int main(int argc, char** argv) {
             last = true;
         }
         if (frames + take > frameLimit) take = frameLimit - frames;
-        const int16_t* samples = MusicRingSlice(slice);
-        for (uint64_t i = 0; i < take * 2; ++i) {
-            bytes[2 * i] = static_cast<unsigned char>(samples[i]);
-            bytes[2 * i + 1] = static_cast<unsigned char>(static_cast<uint16_t>(samples[i]) >> 8);
-        }
-        ok = std::fwrite(bytes, 4, take, out) == take;
+        ok = WavFileAppend(&wav, MusicRingSlice(slice), take);
         frames += take;
         if (++slices % 50 == 0 || last || frames >= frameLimit) {
             std::fprintf(stderr, "\rrendering %7.1f s  order %3u/%u  row %3u", frames / 44100.0,
@@ -177,17 +154,11 @@ int main(int argc, char** argv) {
     std::fputc('\n', stderr);
     MusicRenderClose();
 
-    if (ok && frames * 4 > 0xFFFFFFFFu - 36) ok = false;
-    WavHeader(header, static_cast<uint32_t>(frames * 4));
-    ok = ok && std::fseek(out, 0, SEEK_SET) == 0 &&
-         std::fwrite(header, 1, sizeof header, out) == sizeof header;
-    ok = (out && std::fclose(out) == 0) && ok;
-    if (!out) close(fd);
-    if (!ok || std::rename(temp.c_str(), outPath) != 0) {
-        const int error = errno;
-        std::remove(temp.c_str());
-        return Fail(outPath, error ? std::strerror(error) : "cannot be written");
+    if (!ok) {
+        WavFileAbandon(&wav);
+        return Fail(outPath, std::strerror(errno ? errno : EIO));
     }
+    if (!WavFileFinish(&wav, &error)) return Fail(error);
     std::printf("%s: %.2f s, %llu frames\n", outPath, frames / 44100.0,
                 static_cast<unsigned long long>(frames));
     return 0;
