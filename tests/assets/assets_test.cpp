@@ -18,38 +18,13 @@
 
 namespace {
 
-// An Object3D with its lists in vectors, filled from a template as AppInit does.
-struct TestObject {
-    Object3D obj;
-    std::vector<Vertex3D> local, trans;
-    std::vector<Poly> polys;
-    std::vector<float> tlist, avgRadius, maxRadius;
-};
-
-// Reads the template and copies it into `out`. Returns 1 on success.
-int TestObjectFromTemplate(const unsigned char* data, unsigned long size, TestObject* out) {
+// An Object3D made from a template the way AppInit makes it. Returns 1 on success.
+int ObjectFromTemplate(const unsigned char* data, unsigned long size, Object3D* out) {
     MeshTemplate t;
-    if (!MeshTemplateRead(data, size, &t)) return 0;
-    const size_t vertices = static_cast<size_t>(t.numVertices) * t.numFrames;
-    out->local.assign(vertices, Vertex3D{});
-    out->trans.assign(vertices, Vertex3D{});
-    out->polys.assign(t.numPolys, Poly{});
-    out->tlist.assign(6 * static_cast<size_t>(t.numPolys), 1.0f);
-    out->avgRadius.assign(t.numFrames, 0.0f);
-    out->maxRadius.assign(t.numFrames, 0.0f);
-    out->obj = Object3D{};
-    Object3D& o = out->obj;
-    o.numVertices = t.numVertices;
-    o.numPolys = t.numPolys;
-    o.numFrames = t.numFrames;
-    o.totalVertices = static_cast<int32_t>(vertices);
-    o.headVlistLocal = out->local.data();
-    o.headVlistTrans = out->trans.data();
-    o.plist = out->polys.data();
-    o.tlist = out->tlist.data();
-    o.avgRadius = out->avgRadius.data();
-    o.maxRadius = out->maxRadius.data();
-    return MeshTemplateCopyTo(&t, &o);
+    *out = Object3D{};
+    return MeshTemplateRead(data, size, &t) &&
+           Object3DInit(out, t.numVertices, t.numPolys, t.numFrames, 0) &&
+           MeshTemplateCopyTo(&t, out);
 }
 
 // Height of the terrain's surface (the two triangles of each grid cell) at (x, z),
@@ -132,54 +107,18 @@ TEST(Font, GlyphsForEveryTextByteAndNoneForControlCodes) {
 
 TEST(Texts, InfoLineTableAndScroller) {
     // Lines 0, 1 and 45 are free text (line 0 names the festival); the rest as listed.
-    const char* const expected[kFestivalInfoLineCount] = {nullptr,
-                                                          nullptr,
-                                                          "",
-                                                          "Platforms:",
-                                                          "ZX-Spectrum",
-                                                          "Amiga",
-                                                          "Pegasos",
-                                                          "PC",
-                                                          "Mobile platforms",
-                                                          "",
-                                                          "Demo competitions ",
-                                                          "4k Intro",
-                                                          "64k Intro",
-                                                          "16mb Demo",
-                                                          "",
-                                                          "Graphics competitions",
-                                                          "Gfx Rendered",
-                                                          "Gfx Handdrawn",
-                                                          "Gfx Freestyle",
-                                                          "Gfx Ascii",
-                                                          "",
-                                                          "Music competitions",
-                                                          "Multichannel Traditional Music",
-                                                          "Multichannel Alternative Music",
-                                                          "MP3/OGG Music",
-                                                          "MP3/OGG Song",
-                                                          "Chip Tune Music",
-                                                          "",
-                                                          "ZX-Spectrum competitions",
-                                                          "4k Intro",
-                                                          "640k Demo",
-                                                          "640k Game",
-                                                          "",
-                                                          "ZX Spectrum Graphics",
-                                                          "ZX Spectrum AY/YM-Music",
-                                                          "",
-                                                          "Other competitions",
-                                                          "Animation",
-                                                          "Wild",
-                                                          "",
-                                                          "Flash 4mb demo",
-                                                          "",
-                                                          "And of course many many...",
-                                                          "additional fun-compos! :)",
-                                                          "",
-                                                          nullptr,
-                                                          "",
-                                                          ""};
+    // clang-format off
+    const char* const expected[kFestivalInfoLineCount] = {
+        nullptr, nullptr, "", "Platforms:", "ZX-Spectrum", "Amiga", "Pegasos", "PC",
+        "Mobile platforms", "", "Demo competitions ", "4k Intro", "64k Intro", "16mb Demo", "",
+        "Graphics competitions", "Gfx Rendered", "Gfx Handdrawn", "Gfx Freestyle", "Gfx Ascii", "",
+        "Music competitions", "Multichannel Traditional Music", "Multichannel Alternative Music",
+        "MP3/OGG Music", "MP3/OGG Song", "Chip Tune Music", "",
+        "ZX-Spectrum competitions", "4k Intro", "640k Demo", "640k Game", "",
+        "ZX Spectrum Graphics", "ZX Spectrum AY/YM-Music", "",
+        "Other competitions", "Animation", "Wild", "", "Flash 4mb demo", "",
+        "And of course many many...", "additional fun-compos! :)", "", nullptr, "", ""};
+    // clang-format on
     for (int i = 0; i < kFestivalInfoLineCount; ++i) {
         const char* line = kFestivalInfoLines[i];
         if (expected[i]) {
@@ -246,11 +185,10 @@ TEST(Meshes, ClosedOutwardAndWithinBudget) {
     for (int m = 0; m <= kMeshTemplateCount; ++m) {
         SCOPED_TRACE(m);
         const bool balloon = m == kMeshTemplateCount;
-        TestObject t;
-        ASSERT_EQ(TestObjectFromTemplate(balloon ? MeshBalloon : kMeshTemplates[m],
-                                         balloon ? MeshBalloon_size : kMeshTemplateSizes[m], &t),
+        Object3D o;
+        ASSERT_EQ(ObjectFromTemplate(balloon ? MeshBalloon : kMeshTemplates[m],
+                                     balloon ? MeshBalloon_size : kMeshTemplateSizes[m], &o),
                   1);
-        const Object3D& o = t.obj;
         EXPECT_GE(o.numPolys, 300);
         EXPECT_LE(o.numPolys, 2000);
         total += o.numPolys * (balloon ? 8 : 1);
@@ -312,16 +250,16 @@ TEST(Meshes, ClosedOutwardAndWithinBudget) {
         }
         for (const auto& [part, v] : volume) EXPECT_GT(v, 0.0) << "solid " << part;
         EXPECT_GT(o.maxRadius[0], o.avgRadius[0]);
+        Object3DDestroy(&o);
     }
     EXPECT_LE(total, 20000) << "leave room in the 32768-entry list for clipped pieces";
 }
 
 TEST(Meshes, TemplateCopyAndRefusals) {
     ColourPacker = PackRGB555;
-    TestObject t;
-    ASSERT_EQ(TestObjectFromTemplate(MeshBalloon, MeshBalloon_size, &t), 1);
+    Object3D o;
+    ASSERT_EQ(ObjectFromTemplate(MeshBalloon, MeshBalloon_size, &o), 1);
     ColourPacker = PackRGB565;
-    const Object3D& o = t.obj;
     EXPECT_EQ(o.state, kObjectActive | kObjectVisible);
     EXPECT_TRUE(o.vlistLocal == o.headVlistLocal && o.vlistTrans == o.headVlistTrans);
     EXPECT_EQ(o.plist[0].color, PackRGB555(255, 255, 255));  // packed at copy time
@@ -338,5 +276,6 @@ TEST(Meshes, TemplateCopyAndRefusals) {
     EXPECT_EQ(MeshTemplateRead(bytes.data(), bytes.size(), &m), 0);
 
     ASSERT_EQ(MeshTemplateRead(MeshLogo, MeshLogo_size, &m), 1);
-    EXPECT_EQ(MeshTemplateCopyTo(&m, &t.obj), 0) << "counts of another mesh";
+    EXPECT_EQ(MeshTemplateCopyTo(&m, &o), 0) << "counts of another mesh";
+    Object3DDestroy(&o);
 }
