@@ -1,6 +1,6 @@
 // The whole intro through the headless platform on its virtual clock for a full cycle:
-// the black last row and column, and frames of every scene against reference pictures. (The
-// references are `capture --at MS --png` frames.)
+// the black last row and column, and frames of every scene against reference pictures
+// (the references are `capture --at MS --png` frames).
 #include <gtest/gtest.h>
 
 #include <cstdlib>
