@@ -37,12 +37,12 @@ TEST(Camera, NinetyDegreesTakesTheFixedPlanesOthersTheComputedOnes) {
     EXPECT_TRUE(right.rightClipPlane.nx == h && right.rightClipPlane.nz == -h);
     EXPECT_TRUE(right.topClipPlane.ny == h && right.bottomClipPlane.nz == -h);
 
+    // 80 degrees: view distance 1 / tan 40; the planes' normals are -cos 40 and -sin 40,
+    // the top one too (measured on the width, 2, not the height).
     const Camera cam = MakeCamera(80.0f, {0, 0, 0, 1}, {0, 0, 1, 1});
-    const double d = 1.0 / std::tan(40.0 * static_cast<double>(3.1415927f) / 180.0);
-    const double len = std::sqrt(d * d + 1.0);  // the width (2), not the height, for top
-    EXPECT_FLOAT_EQ(cam.viewDist, static_cast<float>(d));
-    EXPECT_FLOAT_EQ(cam.leftClipPlane.nx, static_cast<float>(-d / len));
-    EXPECT_FLOAT_EQ(cam.topClipPlane.nz, static_cast<float>(-1.0 / len));
+    EXPECT_FLOAT_EQ(cam.viewDist, 1.1917536f);
+    EXPECT_FLOAT_EQ(cam.leftClipPlane.nx, -0.76604444f);
+    EXPECT_FLOAT_EQ(cam.topClipPlane.nz, -0.64278761f);
     EXPECT_TRUE(cam.viewportCenterX == 319.5f && cam.viewplaneHeight == 1.5f);
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "music/music.h"
 #include "music/music_source.h"
 #include "music/xm_module.h"
 #include "music/xm_player.h"
@@ -18,6 +19,11 @@ inline int LoadBytes(const std::vector<uint8_t>& bytes, XmModule* module,
     const int loaded = LoadXmModule(module, &source, reason ? reason : &why);
     MusicSourceClose(&source);
     return loaded;
+}
+
+// Starts the stream on a module image in memory.
+inline uint32_t StartMusicBytes(const std::vector<uint8_t>& bytes) {
+    return StartMusic(bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory);
 }
 
 // A module of `channels` channels, one 64-row pattern and one instrument whose single

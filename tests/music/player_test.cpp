@@ -7,29 +7,24 @@
 TEST(XmPlayer, NotesBecomePeriodsOnBothTables) {
     PlayerRig rig(ToneModule());
     ASSERT_TRUE(rig.loaded);
-    const XmPlayer* p = rig.player.get();
-    EXPECT_EQ(XmNotePeriod(p, 48, 0), 4608);  // C-4
-    EXPECT_EQ(XmNotePeriod(p, 48, -128), 4672);
-    EXPECT_EQ(XmNotePeriod(p, 48, 127), 4545);  // finetune / 2 truncates
-    EXPECT_EQ(XmNotePeriod(p, 0, 0), 7680);
-    EXPECT_EQ(XmAmigaPeriod(48, 0), 1712);
-    EXPECT_EQ(XmAmigaPeriod(60, 0), 856);
-    EXPECT_EQ(XmAmigaPeriod(48, 64), 1664);   // toward the note above
-    EXPECT_EQ(XmAmigaPeriod(48, -64), 1763);  // toward the note below
-    EXPECT_EQ(XmAmigaPeriod(0, -16), 27584);  // real note 0: always the note above
+    // {note, finetune, period}: C-4, finetune / 2 truncating, note 0.
+    const int32_t linear[4][3] = {{48, 0, 4608}, {48, -128, 4672}, {48, 127, 4545}, {0, 0, 7680}};
+    for (const auto& l : linear) EXPECT_EQ(XmNotePeriod(rig.player.get(), l[0], l[1]), l[2]);
+    // Toward the note above or below; real note 0 always takes the note above.
+    const int32_t amiga[5][3] = {
+        {48, 0, 1712}, {60, 0, 856}, {48, 64, 1664}, {48, -64, 1763}, {0, -16, 27584}};
+    for (const auto& a : amiga) EXPECT_EQ(XmAmigaPeriod(a[0], a[1]), a[2]);
 
     // Through a row: C-4 sounds at 8363 Hz on the linear table, 8362 Hz on Amiga's.
     XmWriterModule m = ToneModule();
     Cell(m, 0) = {49, 1, 0, 0, 0};
-    PlayerRig linear(m);
-    linear.Tick();
-    EXPECT_EQ(linear.Channel().period, 4608);
-    EXPECT_EQ(linear.Channel().voice->frequency, 8363);
-    m.flags = 0;
-    PlayerRig amiga(m);
-    amiga.Tick();
-    EXPECT_EQ(amiga.Channel().period, 1712);
-    EXPECT_EQ(amiga.Channel().voice->frequency, 8362);
+    for (uint16_t flags : {1, 0}) {
+        m.flags = flags;
+        PlayerRig row(m);
+        row.Tick();
+        EXPECT_EQ(row.Channel().period, flags ? 4608 : 1712);
+        EXPECT_EQ(row.Channel().voice->frequency, flags ? 8363 : 8362);
+    }
 }
 
 namespace {
@@ -73,8 +68,7 @@ TEST(XmPlayer, KeyOffCutsWithoutEnvelopeAndFadesWithOne) {
     bare.Tick(2);
     EXPECT_GT(bare.Channel().voice->volume, 0);
     bare.Tick();
-    EXPECT_EQ(bare.Channel().envelopeVolume, 0);
-    EXPECT_EQ(bare.Channel().voice->volume, 0);
+    EXPECT_EQ(bare.Channel().envelopeVolume | bare.Channel().voice->volume, 0);
 
     m.instruments[0].volumeEnvelope = {{{0, 64}, {100, 64}}, 0, 0, 0, 1};
     PlayerRig enveloped(m);
@@ -110,51 +104,41 @@ TEST(XmPlayer, NoteDelayAtOrPastTheRowsTicksNeverSounds) {
     PlayerRig rig(m);
     rig.Tick();
     EXPECT_EQ(rig.Channel(0).volume, 0);  // back to its value before the row
-    for (int t = 1; t < 3; ++t) {
-        rig.Tick();
-        EXPECT_EQ(rig.Channel(0).flags & 0x0E, 0) << "tick " << t;
-        EXPECT_EQ(rig.Channel(0).voice->sample, nullptr);
-    }
+    rig.Tick(2);
+    EXPECT_EQ(rig.Channel(0).flags & 0x0E, 0);
+    EXPECT_EQ(rig.Channel(0).voice->sample, nullptr);
     EXPECT_NE(rig.Channel(1).voice->sample, nullptr);  // delay 1 sounded on tick 1
     EXPECT_EQ(rig.Channel(1).volume, 64);
 }
 
 TEST(XmPlayer, RetriggersArpeggioAndTremolo) {
-    XmWriterModule m = ToneModule(5);
+    XmWriterModule m = ToneModule(6);
     m.tempo = 6;
     Cell(m, 0, 0) = {49, 1, 0, 27, 0x02};  // multi retrigger rx 0: volume untouched
     Cell(m, 0, 1) = {49, 1, 0, 27, 0x82};  // rx 8: unchanged but flagged
     Cell(m, 0, 2) = {49, 1, 0, 27, 0x12};  // rx 1: -1
     Cell(m, 0, 3) = {49, 1, 0, 0, 0x37};   // arpeggio
     Cell(m, 0, 4) = {49, 1, 0, 7, 0x7F};   // tremolo
+    Cell(m, 0, 5) = {49, 1, 0, 0, 0};      // arpeggio 000: the period is left alone
     PlayerRig rig(m);
-    rig.Tick(2);  // ticks 0, 1
-    EXPECT_EQ(rig.Channel(0).flags & 0x08, 0);
-    EXPECT_EQ(rig.Channel(3).periodShift, 3 * 64);
-    rig.Tick();  // tick 2: every retrigger fires
-    EXPECT_EQ(rig.Channel(0).flags & 0x0A, 0x08);
-    EXPECT_EQ(rig.Channel(1).flags & 0x0A, 0x0A);
-    EXPECT_EQ(rig.Channel(0).volume, 64);
-    EXPECT_EQ(rig.Channel(1).volume, 64);
-    EXPECT_EQ(rig.Channel(2).volume, 63);
-    EXPECT_EQ(rig.Channel(3).periodShift, 7 * 64);
-    rig.Tick();  // tick 3
-    EXPECT_EQ(rig.Channel(3).periodShift, 0);
-    EXPECT_EQ(rig.Channel(4).volumeShift, 0);  // tremolo changes nothing audible
-    EXPECT_EQ(rig.Channel(4).voice->volume, rig.Channel(0).voice->volume);
-    EXPECT_EQ(rig.Channel(4).tremoloPosition, 21);
-    rig.Tick();
-    EXPECT_EQ(rig.Channel(4).tremoloPosition, 28);
-    rig.Tick();
-    EXPECT_EQ(rig.Channel(4).tremoloPosition, 35 - 64);
-
-    // Arpeggio 000 leaves the period alone on every tick.
-    Cell(m, 0, 3) = {49, 1, 0, 0, 0};
-    PlayerRig still(m);
+    std::vector<int> arpeggio, tremolo;
     for (int t = 0; t < 6; ++t) {
-        still.Tick();
-        EXPECT_EQ(still.Channel(3).periodShift, 0);
+        rig.Tick();
+        arpeggio.push_back(rig.Channel(3).periodShift);
+        tremolo.push_back(rig.Channel(4).tremoloPosition);
+        // Tremolo changes nothing audible; arpeggio 000 leaves the period alone.
+        EXPECT_EQ(rig.Channel(4).volumeShift | rig.Channel(5).periodShift, 0) << "tick " << t;
+        EXPECT_EQ(rig.Channel(4).voice->volume, rig.Channel(0).voice->volume) << "tick " << t;
+        EXPECT_FALSE(t == 1 && (rig.Channel(0).flags & 0x08)) << "retriggered on tick 1";
+        if (t != 2) continue;  // every retrigger fires on tick 2
+        EXPECT_EQ(rig.Channel(0).flags & 0x0A, 0x08);
+        EXPECT_EQ(rig.Channel(1).flags & 0x0A, 0x0A);
+        const int volumes[3] = {rig.Channel(0).volume, rig.Channel(1).volume,
+                                rig.Channel(2).volume};
+        EXPECT_EQ(std::vector<int>(volumes, volumes + 3), (std::vector<int>{64, 64, 63}));
     }
+    EXPECT_EQ(arpeggio, (std::vector<int>{0, 3 * 64, 7 * 64, 0, 3 * 64, 7 * 64}));
+    EXPECT_EQ(tremolo, (std::vector<int>{0, 7, 14, 21, 28, 35 - 64}));  // wraps at 32
 }
 
 TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {

@@ -14,8 +14,7 @@
 TEST(SdlWaveDevice, PlaysTheRingThroughTheDummyDriver) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     const std::vector<uint8_t> bytes = XmWrite(ToneModule());
-    ASSERT_NE(StartMusic(bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory),
-              0u);
+    ASSERT_NE(StartMusicBytes(bytes), 0u);
     // Past the first round of the ring: by then the device plays slices that the stream
     // thread has rendered again, the hand-over ThreadSanitizer checks in that build.
     const uint32_t past = kMusicRingBytes + kMusicRingBytes / 10;
@@ -27,6 +26,5 @@ TEST(SdlWaveDevice, PlaysTheRingThroughTheDummyDriver) {
     EXPECT_EQ(WaveDevicePosition(), 0u);
 
     setenv("SDL_AUDIODRIVER", "no-such-driver", 1);
-    EXPECT_EQ(StartMusic(bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory),
-              0u);
+    EXPECT_EQ(StartMusicBytes(bytes), 0u);
 }

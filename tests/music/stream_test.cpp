@@ -18,12 +18,13 @@ TEST(MusicStream, ConvertsRoundingHalfToEvenAndClamps) {
 }
 
 TEST(MusicStream, PlayingSliceWrapsWithTheRing) {
-    EXPECT_EQ(MusicPlayingSlice(0), 0u);
-    EXPECT_EQ(MusicPlayingSlice(3535), 0u);
-    EXPECT_EQ(MusicPlayingSlice(3536), 1u);
-    EXPECT_EQ(MusicPlayingSlice(kMusicRingBytes), 0u);
-    EXPECT_EQ(MusicPlayingSlice(kMusicRingBytes * 7 + 3536 * 42 + 5), 42u);
-    EXPECT_EQ(MusicPlayingSlice(0xFFFFFFFFu), (0x3FFFFFFFu % 88400) / 884);
+    const uint32_t played[6][2] = {{0, 0},
+                                   {3535, 0},
+                                   {3536, 1},
+                                   {kMusicRingBytes, 0},
+                                   {kMusicRingBytes * 7 + 3536 * 42 + 5, 42},
+                                   {0xFFFFFFFFu, (0x3FFFFFFFu % 88400) / 884}};
+    for (const auto& p : played) EXPECT_EQ(MusicPlayingSlice(p[0]), p[1]) << p[0];
 }
 
 TEST(MusicStream, TicksLongerThanASliceCarryOver) {
@@ -56,13 +57,10 @@ TEST(MusicStream, StartAndStopOnlyWhenThereIsSomethingToDo) {
     EXPECT_NE(StartMusic(nullptr, 0, kMusicSourceMemory), 0u);
     EXPECT_EQ(HeadlessWaveIsOpen(), 0);  // a null source opens nothing
 
-    const std::vector<uint8_t> bytes = XmWrite(ToneModule());
     HeadlessWaveSetOpenFails(1);
-    EXPECT_EQ(StartMusic(bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory),
-              0u);
+    EXPECT_EQ(StartMusicBytes(XmWrite(ToneModule())), 0u);
     HeadlessWaveSetOpenFails(0);
-    const uint8_t junk[4] = {'R', 'I', 'F', 'F'};
-    EXPECT_EQ(StartMusic(junk, 4, kMusicSourceMemory), 0u);
+    EXPECT_EQ(StartMusicBytes({'R', 'I', 'F', 'F'}), 0u);
     EXPECT_EQ(HeadlessWaveIsOpen(), 1);  // left open after a failed load, as always
     StopMusic();
 }
@@ -74,8 +72,7 @@ TEST(MusicStream, ThreadRefillsBehindThePlayPositionAndStops) {
     const std::vector<uint8_t> bytes = XmWrite(m);
     for (int round = 0; round < 2; ++round) {
         HeadlessWaveSetPosition(0);
-        ASSERT_NE(StartMusic(bytes.data(), static_cast<uint32_t>(bytes.size()), kMusicSourceMemory),
-                  0u);
+        ASSERT_NE(StartMusicBytes(bytes), 0u);
         EXPECT_EQ(HeadlessWaveIsPlaying(), 1);
         const uint32_t first = GetMusicTime();
         EXPECT_EQ(GetMusicOrder() >> 16, first & 0xFFFF);  // the neighbouring fields

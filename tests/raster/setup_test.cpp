@@ -81,51 +81,16 @@ TEST(Setup, EveryMemberKeepsToTheClipRectangle) {
     }
 }
 
-// A triangle cut by minY (or minX) draws exactly the rows (columns) it has in common with
-// the same triangle drawn whole: edges and spans are advanced by whole steps.
-TEST(Setup, ClippedTopAndLeftMatchUnclipped) {
-    RasterTestInit();
-    std::mt19937 rng(11);
-    static Canvas whole, top, left;
-    for (int trial = 0; trial < 60; ++trial) {
-        const RasterTri tri =
-            MakeTri(RandomVertex(&rng, 20, 600, 10, 460), RandomVertex(&rng, 20, 600, 10, 460),
-                    RandomVertex(&rng, 20, 600, 10, 460), BrightTexture());
-        // Cut above the middle vertex on odd trials, below it on even ones.
-        float ys[3] = {tri.tvlist[0].y, tri.tvlist[1].y, tri.tvlist[2].y};
-        std::sort(ys, ys + 3);
-        const int32_t cutY =
-            static_cast<int32_t>(trial % 2 ? (ys[0] + ys[1]) / 2 : (ys[1] + ys[2]) / 2);
-        const int32_t cutX = 150 + trial * 5;
-        for (int32_t n = 1; n <= kFillerCount; ++n) {
-            DrawInto(&whole, n, tri);
-            gClipRectangle.minY = cutY;
-            DrawInto(&top, n, tri);
-            gClipRectangle = {cutX, 0, kWidth - 1, kHeight - 1};
-            DrawInto(&left, n, tri);
-            gClipRectangle.minX = 0;
-            int mismatches = 0;
-            for (int32_t y = 0; y < kHeight; ++y) {
-                for (int32_t x = 0; x < kWidth; ++x) {
-                    const size_t i = static_cast<size_t>(y) * kWidth + x;
-                    mismatches += top.frame[i] != (y >= cutY ? whole.frame[i] : 0);
-                    mismatches += left.frame[i] != (x >= cutX ? whole.frame[i] : 0);
-                    mismatches += y >= cutY && top.depth[i] != whole.depth[i];
-                }
-            }
-            ASSERT_EQ(mismatches, 0) << Name(n) << " trial " << trial;
-        }
-    }
-}
-
-// Two triangles on either side of a common edge: no pixel drawn twice, and on every row
-// of the edge the two spans meet without a gap.
-TEST(Setup, SharedEdgeDrawnExactlyOnce) {
+// Random pairs of triangles on either side of a common edge, every third pair reaching
+// beyond the screen's sides (the clipped path), through every member: no pixel is drawn
+// twice, on every row of the edge the two spans meet without a gap, and the first
+// triangle cut by minY (or minX) draws exactly the rows (columns) it has in common with
+// itself drawn whole: edges and spans are advanced by whole steps.
+TEST(Setup, SharedEdgesDrawnOnceAndClippedCopiesMatch) {
     RasterTestInit();
     std::mt19937 rng(5);
-    static Canvas one, two;
+    static Canvas one, two, cut;
     for (int trial = 0; trial < 80; ++trial) {
-        // Every third pair reaches beyond the screen's sides (the clipped path).
         const float lo = trial % 3 ? 0.0f : -150.0f, hi = trial % 3 ? 639.0f : 790.0f;
         TestVertex a = RandomVertex(&rng, lo, hi, -20, 500),
                    c = RandomVertex(&rng, lo, hi, -20, 500);
@@ -139,8 +104,15 @@ TEST(Setup, SharedEdgeDrawnExactlyOnce) {
         if (side(b) == side(d)) continue;
         const int32_t yA = std::max(0, static_cast<int32_t>(std::trunc(a.y + 0.5f)));
         const int32_t yC = std::min(kHeight, static_cast<int32_t>(std::trunc(c.y + 0.5f)));
+        // Cut above the middle vertex on odd trials, below it on even ones.
+        float ys[3] = {a.y, b.y, c.y};
+        std::sort(ys, ys + 3);
+        const int32_t cutY =
+            static_cast<int32_t>(trial % 2 ? (ys[0] + ys[1]) / 2 : (ys[1] + ys[2]) / 2);
+        const int32_t cutX = 150 + trial * 5;
+        const RasterTri first = MakeTri(a, b, c, BrightTexture());
         for (int32_t n = 1; n <= kFillerCount; ++n) {
-            DrawInto(&one, n, MakeTri(a, b, c, BrightTexture()));
+            DrawInto(&one, n, first);
             DrawInto(&two, n, MakeTri(a, c, d, BrightTexture()));
             for (int32_t y = 0; y < kHeight; ++y) {
                 int32_t l1 = kWidth, r1 = -1, l2 = kWidth, r2 = -1, twice = 0;
@@ -156,6 +128,24 @@ TEST(Setup, SharedEdgeDrawnExactlyOnce) {
                     ASSERT_TRUE(r1 == l2 || r2 == l1) << Name(n) << " gap on row " << y;
                 }
             }
+            int mismatches = 0;
+            for (int side = 0; side < 2; ++side) {
+                if (side)
+                    gClipRectangle = {cutX, 0, kWidth - 1, kHeight - 1};
+                else
+                    gClipRectangle.minY = cutY;
+                DrawInto(&cut, n, first);
+                gClipRectangle = {0, 0, kWidth - 1, kHeight - 1};
+                for (int32_t y = 0; y < kHeight; ++y) {
+                    for (int32_t x = 0; x < kWidth; ++x) {
+                        const size_t i = static_cast<size_t>(y) * kWidth + x;
+                        const bool kept = side ? x >= cutX : y >= cutY;
+                        mismatches += cut.frame[i] != (kept ? one.frame[i] : 0);
+                        mismatches += kept && cut.depth[i] != one.depth[i];
+                    }
+                }
+            }
+            ASSERT_EQ(mismatches, 0) << Name(n) << " clipped, trial " << trial;
         }
     }
 }

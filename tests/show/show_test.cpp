@@ -1,6 +1,6 @@
-// The whole intro through the headless platform on its virtual clock: the schedule of
-// a full cycle, the black last row and column, and frames of every scene against
-// reference pictures. (The references are `capture --at MS --png` frames.)
+// The whole intro through the headless platform on its virtual clock for a full cycle:
+// the black last row and column, and frames of every scene against reference pictures
+// (the references are `capture --at MS --png` frames).
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -11,7 +11,6 @@
 #include "app/headless/headless.h"
 #include "demo/demo.h"
 #include "demo/timeline.h"
-#include "display/colour.h"
 #include "display/headless/display_headless.h"
 #include "display/present_scale.h"
 #include "music/headless/wave_headless.h"
@@ -67,7 +66,6 @@ TEST(Show, FullCycleMatchesScheduleAndReferences) {
     HeadlessDisplaySetSink(Sink, nullptr);
     AppInit();
 
-    std::vector<int> order;
     size_t next = 0;
     const int frames = 115000 / 25 + 8;  // each scene lasts up to a frame longer
     for (int n = 0; n < frames; ++n) {
@@ -75,7 +73,6 @@ TEST(Show, FullCycleMatchesScheduleAndReferences) {
         HeadlessClockSet(1000 + ms);
         DemoFrame();
         const TimelineState* state = TimelineStateGet();
-        if (order.empty() || order.back() != state->scene) order.push_back(state->scene);
         if (n == 0) {
             ASSERT_EQ(state->scene, 4);
             ASSERT_EQ(state->sceneDuration, 15000u);
@@ -92,19 +89,6 @@ TEST(Show, FullCycleMatchesScheduleAndReferences) {
             std::vector<uint16_t> picture(kWidth * kHeight, 0);
             PresentScaleToScreen(gSurface.data(), kWidth * 2, kWidth, kHeight, picture.data(),
                                  kWidth * 2);
-            // Sky colour somewhere in the top rows, the terrain's dark checks in the
-            // lower middle (above the scroller).
-            const uint16_t sky = ColourPacker(state->skyRed, state->skyGreen, state->skyBlue);
-            int skyPixels = 0, checks = 0;
-            for (int y = 60; y < 140; ++y)
-                for (int x = 0; x < 630; ++x) skyPixels += gSurface[y * kWidth + x] == sky;
-            for (int y = 300; y < 400; ++y)
-                for (int x = 0; x < 630; ++x) {
-                    const uint16_t p = gSurface[y * kWidth + x];
-                    checks += Channel(p, 0) < 40 && Channel(p, 1) < 40 && Channel(p, 2) < 40;
-                }
-            EXPECT_GT(skyPixels, 1000) << ref.file << ": no sky";
-            EXPECT_GT(checks, 5000) << ref.file << ": no dark checks of the terrain";
             std::vector<uint16_t> reference(kWidth * kHeight);
             int32_t w = 0, h = 0;
             const std::string path = std::string(INVITRO_SHOW_REFERENCE_DIR) + "/" + ref.file;
@@ -120,8 +104,6 @@ TEST(Show, FullCycleMatchesScheduleAndReferences) {
             }
         }
     }
-    const std::vector<int> expected = {4, 0, 1, 2, 3, 4};
-    EXPECT_EQ(order, expected);
     EXPECT_EQ(next, std::size(kReferences));
     EXPECT_EQ(HeadlessDisplayPresentCount(), frames);
     HeadlessDisplaySetSink(nullptr, nullptr);
