@@ -2,9 +2,6 @@
 #include <cstdlib>
 
 #include "app/app.h"
-#include "app/frame_clock.h"
-#include "app/keyboard.h"
-#include "app/window.h"
 #include "assets/assets.h"
 #include "assets/tune.h"
 #include "demo/mesh_template.h"
@@ -15,6 +12,9 @@
 #include "engine/tables.h"
 #include "engine/terrain.h"
 #include "music/music.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
+#include "platform/window.h"
 
 static uint32_t gMusicHandle;  // kept, never used again
 

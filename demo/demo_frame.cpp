@@ -1,7 +1,5 @@
 // The per-frame driver: clocks, sky, keyboard, scene, the engine's passes, the render
 // pass, the overlay, present and pacing, in that order.
-#include "app/frame_clock.h"
-#include "app/keyboard.h"
 #include "assets/assets.h"
 #include "demo/demo.h"
 #include "demo/overlay.h"
@@ -9,6 +7,8 @@
 #include "demo/world.h"
 #include "display/display.h"
 #include "engine/clip.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
 
 int DemoFrame() {
     DemoWorld* world = DemoWorldGet();

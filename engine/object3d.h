@@ -3,42 +3,12 @@
 #include <cstdint>
 
 #include "engine/math3d.h"
-#include "engine/texture.h"
-
-// Vertex attribute bits.
-constexpr uint32_t kVertexPosition = 0x1;
-constexpr uint32_t kVertexNormal = 0x2;
-constexpr uint32_t kVertexTexture = 0x4;
-
-// Polygon / triangle state bits.
-constexpr uint32_t kPolyActive = 0x1;
-constexpr uint32_t kPolyClipped = 0x2;
-constexpr uint32_t kPolyBackFace = 0x4;
-constexpr uint32_t kPolyLit = 0x8;
-
-// Polygon / triangle attribute bits.
-constexpr uint32_t kAttrTwoSided = 0x1;
-constexpr uint32_t kAttrTransparent = 0x2;
-constexpr uint32_t kAttrShadeConstant = 0x20;
-constexpr uint32_t kAttrShadeFlat = 0x40;
-constexpr uint32_t kAttrShadeGouraud = 0x80;
-constexpr uint32_t kAttrShadePhong = 0x100;
-constexpr uint32_t kAttrTextured = 0x200;
-constexpr uint32_t kAttrMipMapped = 0x400;
+#include "raster/raster_tri.h"
 
 // Object state bits.
 constexpr uint32_t kObjectActive = 0x1;
 constexpr uint32_t kObjectVisible = 0x2;
 constexpr uint32_t kObjectCulled = 0x4;
-
-// Twelve 32-bit fields.
-struct Vertex3D {
-    float x, y, z, w;      // position; w is 1
-    float nx, ny, nz, nw;  // normal, valid when attr has kVertexNormal
-    float u, v;            // texture coordinates
-    float i;               // intensity slot
-    uint32_t attr;         // kVertex* bits
-};
 
 struct Poly {
     uint32_t state;

@@ -2,9 +2,9 @@
 #include "engine/render_pass.h"
 
 #include "engine/object3d.h"
-#include "engine/texture.h"
 #include "raster/filler.h"
 #include "raster/lookup_tables.h"
+#include "raster/texture.h"
 
 namespace {
 

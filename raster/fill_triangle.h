@@ -4,10 +4,10 @@
 #include <cstdint>
 
 #include "display/display.h"
-#include "engine/render_list.h"
-#include "engine/texture.h"
 #include "raster/filler.h"
 #include "raster/lookup_tables.h"
+#include "raster/raster_tri.h"
+#include "raster/texture.h"
 #include "raster/tri_setup.h"
 
 namespace raster_detail {

@@ -9,7 +9,7 @@
 #pragma once
 #include <cstdint>
 
-#include "engine/render_list.h"
+#include "raster/raster_tri.h"
 
 // What the ZBuffer is used for.
 enum class FillerDepth : int32_t {

@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "engine/render_list.h"
+#include "raster/raster_tri.h"
 
 enum class TriShape : int32_t {
     kFlatTop,     // v[0] top left, v[1] top right, v[2] bottom

@@ -1,10 +1,10 @@
 // The headless shell: virtual clock, keyboard state and window set by the caller.
 #include <cstring>
 
-#include "app/frame_clock.h"
 #include "app/headless/headless.h"
-#include "app/keyboard.h"
 #include "app/soft/soft_window.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
 
 static uint32_t gClock;
 static uint8_t gPhysicalKeys[256];

@@ -4,27 +4,26 @@
 #include <cstdio>
 
 #include "app/app.h"
-#include "app/sdl/sdl_shell.h"
-
-SDL_Window* gMainWindow;
+#include "platform/window.h"
 
 int main(int, char**) {
     if (SDL_Init(SDL_INIT_VIDEO | SDL_INIT_EVENTS | SDL_INIT_TIMER) != 0) {
         std::fprintf(stderr, "invitro: cannot open the display: %s\n", SDL_GetError());
         return 1;
     }
-    gMainWindow = SDL_CreateWindow("Korvane'06 invitro", 0, 0, 640, 480,
-                                   SDL_WINDOW_SHOWN | SDL_WINDOW_BORDERLESS);
-    if (!gMainWindow) {
+    SDL_Window* window = SDL_CreateWindow("Korvane'06 invitro", 0, 0, 640, 480,
+                                          SDL_WINDOW_SHOWN | SDL_WINDOW_BORDERLESS);
+    if (!window) {
         std::fprintf(stderr, "invitro: cannot create the window: %s\n", SDL_GetError());
         SDL_Quit();
         return 1;
     }
+    WindowHandleSet(window);
     AppInit();
     const int result = AppMainLoop();
     // The music thread is not stopped (the process exit ends it); leave without
     // running static destructors under its feet.
-    SDL_DestroyWindow(gMainWindow);
+    SDL_DestroyWindow(window);
     std::fflush(stdout);
     std::_Exit(result);
 }

@@ -3,10 +3,9 @@
 
 #include <cstring>
 
-#include "app/frame_clock.h"
-#include "app/keyboard.h"
-#include "app/sdl/sdl_shell.h"
 #include "app/soft/soft_window.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
 
 uint32_t TickNow() {
     return SDL_GetTicks();

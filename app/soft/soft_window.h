@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "app/window.h"
+#include "platform/window.h"
 
 // Appends a message; 0 when the queue is full.
 int SoftMessagePost(uint32_t id, uintptr_t wParam);

@@ -3,8 +3,8 @@
 
 #include "app/app.h"
 #include "app/win32/win32_shell.h"
+#include "platform/window.h"
 
-HWND gMainWindow;
 HINSTANCE gInstance;
 
 LRESULT CALLBACK MainWindowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
@@ -39,7 +39,7 @@ int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE, LPSTR, int) {
     HWND hwnd = CreateWindowExA(0, "DEMOCLASS", "Korvane'06 invitro", WS_POPUP | WS_VISIBLE, 0, 0,
                                 640, 480, nullptr, nullptr, hInstance, nullptr);
     if (!hwnd) return 0;
-    gMainWindow = hwnd;
+    WindowHandleSet(hwnd);
     gInstance = hInstance;
 
     AppInit();

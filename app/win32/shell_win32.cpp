@@ -6,10 +6,14 @@
 
 #include <cstring>
 
-#include "app/frame_clock.h"
-#include "app/keyboard.h"
 #include "app/win32/win32_shell.h"
-#include "app/window.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
+#include "platform/window.h"
+
+static HWND MainWindow() {
+    return static_cast<HWND>(WindowHandle());
+}
 
 uint32_t TickNow() {
     return GetTickCount();
@@ -33,7 +37,7 @@ void MessageDispatch(const AppMessage*) {
 // Posting WM_DESTROY to our own window is the intended shortcut to the quit message;
 // the window is never passed to DestroyWindow.
 void WindowPostDestroy() {
-    PostMessageA(gMainWindow, WM_DESTROY, 0, 0);
+    PostMessageA(MainWindow(), WM_DESTROY, 0, 0);
 }
 
 void ScreenSaverActivate(int active) {
@@ -58,7 +62,8 @@ int InputCreate() {
 int KeyboardCreate() {
     if (!gInput) return 0;
     if (gInput->CreateDevice(GUID_SysKeyboard, &gKeyboard, nullptr) != DI_OK) return 0;
-    if (gKeyboard->SetCooperativeLevel(gMainWindow, DISCL_NONEXCLUSIVE | DISCL_BACKGROUND) != DI_OK)
+    if (gKeyboard->SetCooperativeLevel(MainWindow(), DISCL_NONEXCLUSIVE | DISCL_BACKGROUND) !=
+        DI_OK)
         return 0;
     if (gKeyboard->SetDataFormat(&c_dfDIKeyboard) != DI_OK) return 0;
     if (gKeyboard->Acquire() != DI_OK) return 0;

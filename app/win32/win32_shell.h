@@ -1,7 +1,6 @@
-// The Windows shell's handles: written once by WinMain, read by the display (cooperative
-// level, window rectangle), the keyboard (cooperative level) and the quit request.
+// The Windows shell's instance handle: written once by WinMain, read by the keyboard's
+// set-up. The window handle is the platform's (WindowHandle, platform/window.h).
 #pragma once
 #include <windows.h>
 
-extern HWND gMainWindow;
 extern HINSTANCE gInstance;

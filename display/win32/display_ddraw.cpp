@@ -5,9 +5,9 @@
 
 #include <cstring>
 
-#include "app/win32/win32_shell.h"
 #include "display/debug_log.h"
 #include "display/display.h"
+#include "platform/window.h"
 
 // Wrappers that let shared code hold DirectDraw objects without seeing their types.
 struct Surface {
@@ -28,6 +28,10 @@ static IDirectDrawClipper* gWindowClipper;
 static int32_t gScreenWidth, gScreenHeight, gScreenBits, gWindowed, gFlipChain;
 static uint32_t gPixelBitCount;
 static uint16_t* gLockPointer;
+
+static HWND MainWindow() {
+    return static_cast<HWND>(WindowHandle());
+}
 static int32_t gLockPitch;
 static int32_t gPrimaryLocked;                  // nothing sets it; present still honours it
 static int32_t gWindowOffsetX, gWindowOffsetY;  // nothing sets them
@@ -48,7 +52,7 @@ int DisplayInit(int32_t width, int32_t height, int32_t bits, int32_t windowed, i
     const DWORD level = windowed ? DDSCL_NORMAL
                                  : DDSCL_FULLSCREEN | DDSCL_ALLOWREBOOT | DDSCL_EXCLUSIVE |
                                        DDSCL_ALLOWMODEX | DDSCL_MULTITHREADED;  // 0x453
-    if (FAILED(gDirectDraw->SetCooperativeLevel(gMainWindow, level))) return 0;
+    if (FAILED(gDirectDraw->SetCooperativeLevel(MainWindow(), level))) return 0;
     if (!windowed && FAILED(gDirectDraw->SetDisplayMode(width, height, bits, 0, 0))) return 0;
 
     gScreenWidth = width;
@@ -116,7 +120,7 @@ int DisplayInit(int32_t width, int32_t height, int32_t bits, int32_t windowed, i
 
     if (windowed) {
         if (FAILED(gDirectDraw->CreateClipper(0, &gWindowClipper, nullptr))) return 0;
-        if (FAILED(gWindowClipper->SetHWnd(0, gMainWindow))) return 0;
+        if (FAILED(gWindowClipper->SetHWnd(0, MainWindow()))) return 0;
         if (!gPrimary.dd || FAILED(gPrimary.dd->SetClipper(gWindowClipper))) return 0;
     }
     return 1;
@@ -149,7 +153,7 @@ int DisplayPresent() {
         return 1;
     }
     RECT window;
-    GetWindowRect(gMainWindow, &window);
+    GetWindowRect(MainWindow(), &window);
     RECT destination;
     destination.left = window.left + gWindowOffsetX;
     destination.top = window.top + gWindowOffsetY;

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "app/app.h"
-#include "app/frame_clock.h"
 #include "app/headless/headless.h"
-#include "app/keyboard.h"
-#include "app/window.h"
 #include "display/display.h"
 #include "display/headless/display_headless.h"
+#include "platform/frame_clock.h"
+#include "platform/keyboard.h"
+#include "platform/window.h"
 
 TEST(FrameClock, ShortFramesAreStretchedLongOnesAreNot) {
     HeadlessReset();

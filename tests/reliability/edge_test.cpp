@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "app/app.h"
-#include "app/keyboard.h"
 #include "demo/demo.h"
 #include "display/display.h"
+#include "platform/keyboard.h"
 #include "tests/reliability/show_rig.h"
 
 namespace {

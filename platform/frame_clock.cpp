@@ -1,8 +1,8 @@
 // Frame-start stamp, the 25-ms busy wait and the frames-per-second figure.
-#include "app/frame_clock.h"
+#include "platform/frame_clock.h"
 
-#include "app/keyboard.h"
-#include "app/window.h"
+#include "platform/keyboard.h"
+#include "platform/window.h"
 
 static uint32_t gFrameStart;
 static float gFramesPerSecond;

@@ -1,5 +1,5 @@
 // The Escape test over both key sources.
-#include "app/keyboard.h"
+#include "platform/keyboard.h"
 
 int KeyboardEscapeDown() {
     // Either source will do, so Escape works even without a keyboard device; the

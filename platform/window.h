@@ -20,5 +20,11 @@ void MessageDispatch(const AppMessage* msg);
 // the quit message, which ends the main loop.
 void WindowPostDestroy();
 
+// The main window's native handle (the HWND on Windows, the SDL_Window with SDL; null
+// headless). Set once by the entry point, before start-up; read by the display and the
+// keyboard, which draw into and listen to that window.
+void WindowHandleSet(void* handle);
+void* WindowHandle();
+
 void ScreenSaverActivate(int active);
 void CursorShow(int show);
