@@ -132,10 +132,14 @@ TEST(MainLoop, OneMessagePerFrameAndQuitEndsBeforeAnotherFrame) {
     // A burst: five messages, then the destroy message; each turn takes one.
     for (uint32_t i = 0; i < 5; ++i) HeadlessPostMessage(0x0200 + i, i);
     HeadlessPostMessage(kMessageDestroy, 0);
-    AppMainLoop();
+    // Driven a turn at a time, as a host that owns the loop does.
+    int turns = 0, exitCode = -1;
+    while (AppMainTurn(&exitCode)) ++turns;
     HeadlessDisplaySetSink(nullptr, nullptr);
     // Five frames behind the burst, one behind the destroy message; the quit message
     // it turned into ended the loop before a seventh frame.
+    EXPECT_EQ(turns, 6);
+    EXPECT_EQ(exitCode, 0);
     EXPECT_EQ(script.frames, 6);
     EXPECT_EQ(HeadlessPendingMessages(), 0);
 
