@@ -79,24 +79,6 @@ TEST(Members, DepthTestsAreStrict) {
     }
 }
 
-TEST(Members, DepthValuesWalked) {
-    RasterTestInit();
-    // W = 2^28 / trunc(depth + 0.5), spans starting without the half.
-    const float depths[] = {1, 256, 0.5f, 3};
-    const uint32_t ws[] = {0x10000000, 0x100000, 0x10000000, 0x5555555};
-    for (int k = 0; k < 4; ++k) {
-        Canvas c;
-        Draw(28, Slab(depths[k], 0xFFFF, nullptr), &c);
-        EXPECT_EQ(c.DepthAt(300, 150), ws[k]) << depths[k];
-        EXPECT_EQ(c.DepthAt(100, 100), ws[k]) << depths[k];
-    }
-    // Less-than members store 16.16 with the half added at the span start.
-    Canvas c;
-    std::fill(c.depth.begin(), c.depth.end(), 0xFFFFFFFFu);
-    Draw(44, Slab(256.4f, 0xFFFF, nullptr), &c);
-    EXPECT_EQ(c.DepthAt(300, 150), (256u << 16) + 0x8000);
-}
-
 // Level 7 (the identity) reproduces the unblended member; level 0 leaves the frame as it
 // was and still stores depth. (A middle level is checked through the render pass.)
 TEST(Members, BlendLevels) {

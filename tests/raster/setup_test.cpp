@@ -20,24 +20,62 @@ const char* Name(int32_t number) {
     return FillerMembers[number - 1].name;
 }
 
+// Triangles reaching above or left of the screen, their figures worked out by hand: snap
+// (negatives toward zero: -40 becomes -39), 16.16 slopes, the edges advanced to row 0 (the
+// lower short edge restarted below the middle vertex when that is above too), spans
+// rounded half up and cut at column 0 with their attributes advanced. Per triangle: one
+// row's first and end column, the whole pixel count, and at the row's first pixel the
+// 16.16 depth, W (2^28 / depth, walked without the half) and texel, for vertices at depth
+// 0.5, 200.4, 300.5 (snapped to 1, 200, 301) with u, v as below.
+struct CutCase {
+    float xy[6];
+    int32_t row, first, end, pixels;
+    uint32_t z, w, texel;
+};
+const CutCase kCutCases[] = {
+    {{320, -40, 200, 60, 400, 100}, 2, 270, 344, 10975, 5499357, 157821105, 6748},
+    {{320, -80, 250, -10, 380, 60}, 1, 269, 355, 2659, 14099258, 1276907, 17076},
+    {{100, -30, 40, 0, 150, 50}, 2, 44, 120, 1998, 13404732, 1324163, 12226},
+    {{-50.6f, 100.3f, 60.4f, 80.2f, 10.5f, 200.5f}, 90, 5, 56, 3865, 6619138, 134888807, 7276},
+    {{-200, -300, 900, 240, -100, 900}, 0, 0, 411, 289878, 5694571, 177492218, 14390},
+    {{-30.4f, -20.2f, 250.6f, -20.4f, 120, 150}, 0, 0, 236, 18673, 2868788, 226885710, 10269},
+    {{500, -60, -80.5f, 300.4f, 700, 300.2f}, 280, 0, 639, 130651, 12820197, 16194520, 12981},
+};  // the last two flat top and flat bottom
+
 }  // namespace
 
-TEST(Setup, SnapsHalfUpAndNegativesTowardZero) {
+// Every member draws the same pixels and walks the same attributes. A record keeps its
+// snapped vertices, so drawn again its negative coordinates move once more toward zero.
+TEST(Setup, TrianglesCutByTheTopOrLeftEdge) {
     RasterTestInit();
-    RasterTri tri = MakeTri({10.5f, 3.5f, 5, 0, 0, 0xF800}, {-0.7f, 20.49f, 5, 0, 0, 0xF800},
-                            {30.2f, -0.5f, 5, 0, 0, 0xF800});
+    Texture* texture = BrightTexture();
+    const float z[3] = {0.5f, 200.4f, 300.5f}, u[3] = {16, 200, 60}, v[3] = {16, 40, 220};
     Canvas c;
-    FillerDraw(6, &tri, c.frame.data(), kWidth * 2, nullptr, 0, 0);
-    const float snapped[3][2] = {{11, 4}, {0, 20}, {30, 0}};  // -0.7 + 0.5 goes toward zero
-    for (int k = 0; k < 3; ++k) {
-        EXPECT_EQ(tri.tvlist[k].x, snapped[k][0]);
-        EXPECT_EQ(tri.tvlist[k].y, snapped[k][1]);
+    for (const CutCase& k : kCutCases) {
+        TestVertex p[3];
+        for (int i = 0; i < 3; ++i) p[i] = {k.xy[2 * i], k.xy[2 * i + 1], z[i], u[i], v[i], 0xFFFF};
+        const RasterTri tri = MakeTri(p[0], p[1], p[2], texture);
+        for (int32_t n = 1; n <= kFillerCount; ++n) {
+            const FillerMember& m = FillerMembers[n - 1];
+            DrawInto(&c, n, tri);
+            const uint16_t* row = &c.At(0, k.row);
+            ASSERT_EQ(std::count(row + k.first, row + k.end, 0), 0) << Name(n) << " row " << k.row;
+            ASSERT_EQ(std::count(row, row + kWidth, 0), kWidth - k.end + k.first) << Name(n);
+            ASSERT_EQ(c.Drawn(), k.pixels) << Name(n);
+            // None, less, greater, write only: untouched, 16.16 depth, W, 16.16 depth.
+            const uint32_t depth[4] = {DepthClearFor(n), k.z, k.w, k.z};
+            EXPECT_EQ(c.DepthAt(k.first, k.row), depth[static_cast<int>(m.depth)]) << Name(n);
+            if (m.shade == FillerShade::kTextured && m.coords == FillerCoords::kAffine) {
+                EXPECT_EQ(row[k.first], texture->texels[k.texel]) << Name(n);
+            }
+        }
     }
-    // Row 4 (the middle vertex's) still uses the upper short edge: [11, 24). Row 19 is
-    // [1, 2); the bottom row 20 is not drawn.
-    EXPECT_EQ(c.At(10, 4) | c.At(24, 4) | c.At(2, 19), 0);
-    EXPECT_NE(c.At(11, 4) & c.At(23, 4) & c.At(1, 19), 0);
-    EXPECT_EQ(c.Drawn(), std::count(c.frame.begin(), c.frame.begin() + 20 * kWidth, 0xF800));
+    RasterTri again = MakeTri({320, -40, 5, 0, 0, 0xF800}, {200, 60, 5, 0, 0, 0xF800},
+                              {400, 100, 5, 0, 0, 0xF800});
+    FillerDraw(6, &again, c.frame.data(), kWidth * 2, nullptr, 0, 0);
+    DrawInto(&c, 6, again);  // its top now at -39, snapped to -38: row 2 is [271, 343)
+    EXPECT_EQ(c.At(270, 2) | c.At(343, 2), 0);
+    EXPECT_EQ(c.Drawn(), 10933);
 }
 
 TEST(Setup, EveryMemberKeepsToTheClipRectangle) {
