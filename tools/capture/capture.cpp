@@ -20,6 +20,7 @@
 #include "music/music.h"
 #include "tools/capture/capture_output.h"
 #include "tools/common/png_image.h"
+#include "tools/common/stop_signal.h"
 #include "tools/common/wav_file.h"
 
 namespace {
@@ -39,10 +40,13 @@ const char kUsage[] =
     "  --mp4 FILE    encode the frames and the music to an H.264 + AAC MP4 (needs ffmpeg)\n"
     "  --scale K     enlarge frames K times with crisp pixels (1, 2 or 3; default 1)\n"
     "  --at MS       write the single frame shown at MS of the show as DIR/shot_MS.png\n"
-    "  --help        this text\n";
+    "  --help        this text\n"
+    "FILE may be - (standard output), a device or a FIFO (then a fragmented MP4). Ctrl-C\n"
+    "finishes the WAV and the MP4 with the frames made so far (exit status 130).\n";
 
 constexpr uint32_t kClockBase = 1000;  // the show's tick 0 (a zero tick means "not started")
 constexpr int32_t kWidth = 640, kHeight = 480;
+constexpr long kMaxShowMs = 24L * 3600 * 1000;
 
 struct Options {
     std::string out;
@@ -55,7 +59,22 @@ struct Options {
     bool png = false;
 };
 
+// What capture has opened, abandoned by Die so that a failure leaves nothing behind.
+WavFile gWav;
+OutputFile gMp4;
+VideoPipe gVideo;
+bool gProgressShown;  // a progress line without its line feed is on the terminal
+
+void EndProgressLine() {
+    if (gProgressShown) std::fputc('\n', stderr);
+    gProgressShown = false;
+}
+
 [[noreturn]] void Die(const std::string& message) {
+    VideoAbandon(&gVideo);
+    OutputAbandon(&gMp4);
+    WavFileAbandon(&gWav);
+    EndProgressLine();
     std::fprintf(stderr, "capture: %s\n", message.c_str());
     std::exit(1);
 }
@@ -70,46 +89,99 @@ long ParseInteger(const char* option, const char* text, long low, long high) {
     return value;
 }
 
+double ParseSeconds(const char* text) {
+    char* end = nullptr;
+    errno = 0;
+    const double value = std::strtod(text, &end);
+    if (errno || end == text || *end || !(value > 0) || !(value <= 24 * 3600))
+        Die(std::string("--seconds needs a number of seconds above 0 and at most 86400, not '") +
+            text + "'");
+    return value;
+}
+
+// The options, one line each: the name, whether a value follows, what it sets.
+struct OptionSpec {
+    const char* name;
+    bool takesValue;
+    void (*apply)(Options* o, const char* value);
+};
+const OptionSpec kOptions[] = {
+    {"--out", true, [](Options* o, const char* v) { o->out = v; }},
+    {"--mp4", true, [](Options* o, const char* v) { o->mp4 = v; }},
+    {"--png", false, [](Options* o, const char*) { o->png = true; }},
+    {"--seconds", true, [](Options* o, const char* v) { o->seconds = ParseSeconds(v); }},
+    {"--start", true,
+     [](Options* o, const char* v) { o->startMs = ParseInteger("--start", v, 0, kMaxShowMs); }},
+    {"--at", true,
+     [](Options* o, const char* v) { o->atMs = ParseInteger("--at", v, 0, kMaxShowMs); }},
+    // Faster than 40 is impossible: the intro paces every frame to at least 25 ms.
+    {"--fps", true,
+     [](Options* o, const char* v) { o->fps = static_cast<int>(ParseInteger("--fps", v, 1, 40)); }},
+    {"--scale", true,
+     [](Options* o, const char* v) {
+         o->scale = static_cast<int>(ParseInteger("--scale", v, 1, 3));
+     }},
+};
+
+// Show time of frame n in ms, and the audio frames up to it.
+uint32_t FrameTime(long n, int fps) {
+    return static_cast<uint32_t>(n * 1000 / fps);
+}
+uint64_t AudioFramesAt(long n, int fps) {
+    return static_cast<uint64_t>(n) * 44100 / fps;
+}
+
+// The frames to compute: [0, first) only computed, [first, first + count) recorded.
+struct Plan {
+    bool single;
+    long first;
+    long count;
+    uint64_t audioFrames;
+};
+
+Plan PlanOf(const Options& o) {
+    Plan p;
+    p.single = o.atMs >= 0;
+    p.first = ((p.single ? o.atMs : o.startMs) * o.fps + 999) / 1000;
+    p.count = p.single ? 1 : static_cast<long>(o.seconds * o.fps + 0.5);
+    p.audioFrames =
+        p.single ? 0 : AudioFramesAt(p.first + p.count, o.fps) - AudioFramesAt(p.first, o.fps);
+    return p;
+}
+
 Options ParseOptions(int argc, char** argv) {
     Options o;
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
-        auto value = [&]() -> const char* {
-            if (i + 1 >= argc) Die(a + " needs a value (see --help)");
-            return argv[++i];
-        };
         if (a == "--help" || a == "-h") {
             std::fputs(kUsage, stdout);
             std::exit(0);
-        } else if (a == "--out") {
-            o.out = value();
-        } else if (a == "--mp4") {
-            o.mp4 = value();
-        } else if (a == "--png") {
-            o.png = true;
-        } else if (a == "--seconds") {
-            const char* text = value();
-            char* end = nullptr;
-            o.seconds = std::strtod(text, &end);
-            if (end == text || *end || !(o.seconds > 0) || o.seconds > 24 * 3600)
-                Die(std::string("--seconds needs a positive number of seconds, not '") + text +
-                    "'");
-        } else if (a == "--start") {
-            o.startMs = ParseInteger("--start", value(), 0, 24L * 3600 * 1000);
-        } else if (a == "--at") {
-            o.atMs = ParseInteger("--at", value(), 0, 24L * 3600 * 1000);
-        } else if (a == "--fps") {
-            // Faster than 40 is impossible: the intro paces every frame to at least 25 ms.
-            o.fps = static_cast<int>(ParseInteger("--fps", value(), 1, 40));
-        } else if (a == "--scale") {
-            o.scale = static_cast<int>(ParseInteger("--scale", value(), 1, 3));
-        } else {
-            Die("unknown argument '" + a + "' (see --help)");
         }
+        const OptionSpec* spec = nullptr;
+        for (const OptionSpec& s : kOptions)
+            if (a == s.name) spec = &s;
+        if (!spec) Die("unknown argument '" + a + "' (see --help)");
+        if (spec->takesValue && i + 1 >= argc) Die(a + " needs a value (see --help)");
+        spec->apply(&o, spec->takesValue ? argv[++i] : nullptr);
     }
     if (o.out.empty()) Die("--out DIR is required (see --help)");
     if (o.atMs >= 0 && !o.png) Die("--at writes a PNG: give --png too");
     if (o.atMs >= 0 && !o.mp4.empty()) Die("--at writes one frame; it cannot make an MP4");
+    const Plan plan = PlanOf(o);
+    if (plan.count < 1) {
+        char text[96];
+        std::snprintf(text, sizeof text, "--seconds %g is less than one frame at %d fps", o.seconds,
+                      o.fps);
+        Die(text);
+    }
+    if (plan.audioFrames > kWavMaxFrames) {
+        char text[128];
+        std::snprintf(text, sizeof text,
+                      "--seconds %g: audio.wav would pass the WAV format's 4-GB limit (%llu s at "
+                      "most)",
+                      o.seconds, static_cast<unsigned long long>(kWavMaxFrames / 44100));
+        Die(text);
+    }
     return o;
 }
 
@@ -126,6 +198,44 @@ void MakeDirectory(const std::string& path) {
     if (stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) Die(path + " is not a directory");
     if (access(path.c_str(), W_OK) != 0)
         Die("cannot write to " + path + ": " + std::strerror(errno));
+}
+
+// Leaves nothing behind after a stop request that came before the recording.
+[[noreturn]] void StopBeforeRecording(const std::string& where) {
+    VideoAbandon(&gVideo);
+    OutputAbandon(&gMp4);
+    WavFileAbandon(&gWav);
+    EndProgressLine();
+    std::fprintf(stderr,
+                 "capture: stopped by %s %s, before the recording began; nothing was written\n",
+                 StopSignalName(), where.c_str());
+    std::exit(kStopSignalStatus);
+}
+
+// A failed open: the reason, or a stop request that came while a FIFO waited for its
+// reader.
+[[noreturn]] void OpenFailed(const std::string& path, const std::string& error) {
+    if (errno == EINTR && StopSignalCaught()) StopBeforeRecording("while opening " + path);
+    Die(error);
+}
+
+// Opens every output before the long work, so that a bad one fails at once.
+void OpenOutputs(const Options& o, const Plan& plan, const std::string& wavPath) {
+    std::string error;
+    if (!plan.single) {
+        if (!WavFileOpen(&gWav, wavPath.c_str(), &error)) OpenFailed(wavPath, error);
+        WavFileAnnounce(&gWav, plan.audioFrames);
+    }
+    if (o.mp4.empty()) return;
+    if (!OutputResolve(&gMp4, o.mp4.c_str(), &error)) Die(error);
+    if (OutputIsFile(&gMp4, nullptr, wavPath.c_str()))
+        Die("--mp4 " + o.mp4 + " is the recording's own audio.wav");
+    if (gWav.out.direct)
+        Die(wavPath + " is not a regular file; --mp4 reads the audio back from it");
+    if (gMp4.path == "-" && isatty(1))
+        Die("--mp4 -: standard output is a terminal; redirect it to a file or a program");
+    if (!OutputOpen(&gMp4, o.mp4.c_str(), &error)) OpenFailed(o.mp4, error);
+    if (!VideoOpen(&gVideo, o.out, kWidth * o.scale, kHeight * o.scale, o.fps, &error)) Die(error);
 }
 
 // The presented frame, copied by the display's sink.
@@ -164,14 +274,6 @@ bool MusicPull(MusicFeed* feed, uint32_t frames, WavFile* wav) {
     return true;
 }
 
-// Show time of frame n in ms, and the audio frames up to it.
-uint32_t FrameTime(long n, int fps) {
-    return static_cast<uint32_t>(n * 1000 / fps);
-}
-uint64_t AudioFramesAt(long n, int fps) {
-    return static_cast<uint64_t>(n) * 44100 / fps;
-}
-
 std::string Clock(double seconds) {
     const long s = static_cast<long>(seconds + 0.5);
     char text[32];
@@ -179,20 +281,35 @@ std::string Clock(double seconds) {
     return text;
 }
 
-void Progress(long done, long total, double showSeconds, double elapsed, bool final) {
-    static double lastShown = -1;
-    const bool tty = isatty(2);
-    if (!final && elapsed - lastShown < (tty ? 0.1 : 5.0)) return;
-    lastShown = elapsed;
+// One phase of the work on the terminal: a bar, the rate and the time left, measured
+// from the phase's own start (computing the skipped part of the show is a phase of
+// its own, so the recording's estimate is not skewed by it). Silent when standard
+// error is not a terminal.
+struct Phase {
+    const char* what;  // nullptr: the recording
+    long total;
+    std::chrono::steady_clock::time_point began = std::chrono::steady_clock::now();
+    double lastShown = -1;
+};
+
+void Progress(Phase* phase, long done, double showSeconds, bool final) {
+    static const bool tty = isatty(2);
+    if (!tty) return;
+    const double elapsed =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - phase->began).count();
+    if (!final && elapsed - phase->lastShown < 0.1) return;
+    phase->lastShown = elapsed;
     const double rate = elapsed > 0 ? done / elapsed : 0;
-    const double left = rate > 0 ? (total - done) / rate : 0;
+    const double left = rate > 0 ? (phase->total - done) / rate : 0;
     const int width = 30;
-    const int filled = total > 0 ? static_cast<int>(width * done / total) : width;
+    const int filled = phase->total > 0 ? static_cast<int>(width * done / phase->total) : width;
     std::string bar(filled, '#');
     bar += std::string(width - filled, '.');
-    std::fprintf(stderr, "%s[%s] %ld/%ld frames  %.1f s of show  %.1f fps  %s left%s",
-                 tty ? "\r" : "", bar.c_str(), done, total, showSeconds, rate, Clock(left).c_str(),
-                 tty && !final ? "" : "\n");
+    std::fprintf(stderr, "\r%s%s[%s] %ld/%ld frames  %.1f s of show  %.1f fps  %s left",
+                 phase->what ? phase->what : "", phase->what ? " " : "", bar.c_str(), done,
+                 phase->total, showSeconds, rate, Clock(left).c_str());
+    gProgressShown = true;
+    if (final) EndProgressLine();
     std::fflush(stderr);
 }
 
@@ -200,9 +317,13 @@ void Progress(long done, long total, double showSeconds, double elapsed, bool fi
 
 int main(int argc, char** argv) {
     const Options o = ParseOptions(argc, argv);
+    const Plan plan = PlanOf(o);
+    StopSignalInstall();
     if (!o.mp4.empty() && !FfmpegAvailable())
         Die("--mp4 needs ffmpeg, which is not installed (apt-get install ffmpeg)");
     MakeDirectory(o.out);
+    const std::string wavPath = o.out + "/audio.wav";
+    OpenOutputs(o, plan, wavPath);
 
     // The headless shell on its virtual clock; the live device is kept closed so that
     // the music is rendered here, slice by slice, in step with the frames.
@@ -216,69 +337,71 @@ int main(int argc, char** argv) {
         Die(std::string("the intro's tune cannot be played: ") + reason);
     MusicFeed feed;
 
-    const bool single = o.atMs >= 0;
-    const long firstFrame =
-        single ? (o.atMs * o.fps + 999) / 1000 : (o.startMs * o.fps + 999) / 1000;
-    const long count = single ? 1 : static_cast<long>(o.seconds * o.fps + 0.5);
-    const long lastFrame = firstFrame + count;
-
-    WavFile wav;
-    VideoPipe video;
-    std::string error;
-    auto fail = [&](const std::string& message) {
-        WavFileAbandon(&wav);
-        VideoAbandon(&video);
-        Die(message);
-    };
-    const std::string wavPath = o.out + "/audio.wav";
-    if (!single && !WavFileOpen(&wav, wavPath.c_str(), &error)) fail(error);
-    if (!o.mp4.empty() &&
-        !VideoOpen(&video, o.out, kWidth * o.scale, kHeight * o.scale, o.fps, &error))
-        fail(error);
-
-    const auto began = std::chrono::steady_clock::now();
+    const long lastFrame = plan.first + plan.count;
+    char skipping[64];
+    std::snprintf(skipping, sizeof skipping, "computing the show up to %.1f s",
+                  FrameTime(plan.first, o.fps) / 1000.0);
+    Phase skip{skipping, plan.first};
+    Phase record{nullptr, plan.count};
     std::vector<uint16_t> picture;
-    for (long n = 0; n < lastFrame; ++n) {
+    long n = 0;
+    for (; n < lastFrame && !StopSignalCaught(); ++n) {
         HeadlessClockSet(kClockBase + FrameTime(n, o.fps));
         gPresented = false;
         DemoFrame();
-        const bool recorded = n >= firstFrame;
-        if (!single) {
+        const bool recorded = n >= plan.first;
+        if (!plan.single) {
             const uint64_t audio = AudioFramesAt(n + 1, o.fps) - AudioFramesAt(n, o.fps);
-            if (!MusicPull(&feed, static_cast<uint32_t>(audio), recorded ? &wav : nullptr))
-                fail("cannot write " + wavPath);
+            if (!MusicPull(&feed, static_cast<uint32_t>(audio), recorded ? &gWav : nullptr))
+                Die("cannot write " + wavPath + ": " + std::strerror(errno));
         }
-        if (!recorded) continue;
-        if (!gPresented) fail("the intro presented no frame");
+        if (!recorded) {
+            Progress(&skip, n + 1, FrameTime(n + 1, o.fps) / 1000.0, n + 1 == plan.first);
+            if (n + 1 == plan.first) record.began = std::chrono::steady_clock::now();
+            continue;
+        }
+        if (!gPresented) Die("the intro presented no frame");
         CaptureScreenPicture(gFrame.data(), gFramePitch, kWidth, kHeight, o.scale, &picture);
         if (o.png) {
             char name[64];
-            if (single)
+            if (plan.single)
                 std::snprintf(name, sizeof name, "/shot_%06ld.png", o.atMs);
             else
-                std::snprintf(name, sizeof name, "/frame_%06ld.png", n - firstFrame);
+                std::snprintf(name, sizeof name, "/frame_%06ld.png", n - plan.first);
             char why[256];
             if (!PngWriteRgb565((o.out + name).c_str(), picture.data(), kWidth * o.scale,
                                 kHeight * o.scale, kWidth * o.scale * 2, why, sizeof why))
-                fail(why);
+                Die(why);
         }
-        if (video.pipe && !VideoAppend(&video, picture)) fail("ffmpeg stopped taking frames");
-        const double elapsed =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-        Progress(n - firstFrame + 1, count, FrameTime(n + 1, o.fps) / 1000.0, elapsed, false);
+        if (gVideo.fd >= 0 && !VideoAppend(&gVideo, picture))
+            Die("ffmpeg stopped taking frames at frame " + std::to_string(n - plan.first) + ": " +
+                VideoFailure(&gVideo));
+        Progress(&record, n - plan.first + 1, FrameTime(n + 1, o.fps) / 1000.0, n + 1 == lastFrame);
     }
-    const double elapsed =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-    Progress(count, count, FrameTime(lastFrame, o.fps) / 1000.0, elapsed, true);
+    EndProgressLine();
+    const long recorded = n > plan.first ? n - plan.first : 0;
+    const bool stopped = n < lastFrame;
+    if (stopped && recorded == 0) {
+        char where[48];
+        std::snprintf(where, sizeof where, "at %.1f s of show", FrameTime(n, o.fps) / 1000.0);
+        StopBeforeRecording(where);
+    }
 
-    if (!single && !WavFileFinish(&wav, &error)) fail(error);
-    if (video.pipe && !VideoFinish(&video, wavPath, o.mp4, &error)) fail(error);
+    std::string error;
+    if (!plan.single && !WavFileFinish(&gWav, &error)) Die(error);
+    if (gVideo.pid && !VideoFinish(&gVideo, wavPath, &gMp4, &error)) Die(error);
     AppShutdown();
     MusicRenderClose();
-    std::fprintf(stderr, "capture: %ld frame%s", count, count == 1 ? "" : "s");
-    if (!single)
-        std::fprintf(stderr, " and %llu audio frames", static_cast<unsigned long long>(wav.frames));
+    if (stopped)
+        std::fprintf(stderr, "capture: stopped by %s at frame %ld of %ld (%.1f s of show); ",
+                     StopSignalName(), recorded, plan.count, FrameTime(n, o.fps) / 1000.0);
+    else
+        std::fprintf(stderr, "capture: ");
+    std::fprintf(stderr, "%ld frame%s", recorded, recorded == 1 ? "" : "s");
+    if (!plan.single)
+        std::fprintf(stderr, " and %llu audio frames",
+                     static_cast<unsigned long long>(gWav.frames));
     std::fprintf(stderr, " written to %s%s%s\n", o.out.c_str(), o.mp4.empty() ? "" : " and ",
                  o.mp4.c_str());
-    return 0;
+    return stopped ? kStopSignalStatus : 0;
 }

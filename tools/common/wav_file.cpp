@@ -1,9 +1,6 @@
 // WAV writing for the tools.
 #include "tools/common/wav_file.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 
@@ -11,8 +8,9 @@ static void Put32(unsigned char* p, uint32_t v) {
     for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
 }
 
-// The 44-byte header of PCM, 2 channels, 44100 Hz, 16 bits, with `dataBytes` of data.
-static void WavHeader(unsigned char* h, uint32_t dataBytes) {
+// The 44-byte header of PCM, 2 channels, 44100 Hz, 16 bits, with `frames` of data.
+static void WavHeader(unsigned char* h, uint64_t frames) {
+    const uint32_t dataBytes = static_cast<uint32_t>(frames * 4);
     std::memcpy(h, "RIFF", 4);
     Put32(h + 4, 36 + dataBytes);
     std::memcpy(h + 8, "WAVEfmt ", 8);
@@ -24,41 +22,29 @@ static void WavHeader(unsigned char* h, uint32_t dataBytes) {
     Put32(h + 40, dataBytes);
 }
 
-int WavFileOpen(WavFile* wav, const char* path, std::string* error) {
-    wav->path = path;
-    wav->temporary = wav->path + ".XXXXXX";
-    wav->frames = 0;
-    const int fd = mkstemp(wav->temporary.data());
-    if (fd < 0) {
-        *error = wav->path + ": " + std::strerror(errno);
-        wav->temporary.clear();
-        return 0;
-    }
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(fd, 0666 & ~mask);
-    wav->file = fdopen(fd, "wb");
+static int WriteHeader(WavFile* wav) {
     unsigned char header[44];
-    WavHeader(header, 0);
-    if (!wav->file || std::fwrite(header, 1, sizeof header, wav->file) != sizeof header) {
-        *error = wav->path + ": " + std::strerror(errno);
-        if (!wav->file) close(fd);
-        WavFileAbandon(wav);
-        return 0;
-    }
-    return 1;
+    WavHeader(header, wav->announced);
+    wav->headerWritten = true;
+    return OutputWrite(&wav->out, header, sizeof header);
+}
+
+int WavFileOpen(WavFile* wav, const char* path, std::string* error) {
+    *wav = WavFile{};
+    return OutputOpen(&wav->out, path, error);
 }
 
 int WavFileAppend(WavFile* wav, const int16_t* samples, uint64_t frames) {
-    unsigned char bytes[4 * 1024];
+    if (!wav->headerWritten && !WriteHeader(wav)) return 0;
+    unsigned char bytes[4 * 4096];
     for (uint64_t done = 0; done < frames;) {
-        const uint64_t n = frames - done < 1024 ? frames - done : 1024;
+        const uint64_t n = frames - done < 4096 ? frames - done : 4096;
         for (uint64_t i = 0; i < n * 2; ++i) {
             const uint16_t s = static_cast<uint16_t>(samples[done * 2 + i]);
             bytes[i * 2] = static_cast<unsigned char>(s);
             bytes[i * 2 + 1] = static_cast<unsigned char>(s >> 8);
         }
-        if (std::fwrite(bytes, 4, n, wav->file) != n) return 0;
+        if (!OutputWrite(&wav->out, bytes, n * 4)) return 0;
         done += n;
     }
     wav->frames += frames;
@@ -66,25 +52,25 @@ int WavFileAppend(WavFile* wav, const int16_t* samples, uint64_t frames) {
 }
 
 int WavFileFinish(WavFile* wav, std::string* error) {
-    bool ok = wav->frames * 4 <= 0xFFFFFFFFu - 36;  // the format's own limit
-    unsigned char header[44];
-    WavHeader(header, static_cast<uint32_t>(wav->frames * 4));
-    ok = ok && std::fseek(wav->file, 0, SEEK_SET) == 0 &&
-         std::fwrite(header, 1, sizeof header, wav->file) == sizeof header;
-    ok = std::fclose(wav->file) == 0 && ok;
-    wav->file = nullptr;
-    if (!ok || std::rename(wav->temporary.c_str(), wav->path.c_str()) != 0) {
-        *error = wav->path + ": " + (errno ? std::strerror(errno) : "cannot be written");
+    errno = 0;
+    bool ok = wav->frames <= kWavMaxFrames;
+    if (!wav->headerWritten) {
+        wav->announced = wav->frames;
+        ok = ok && WriteHeader(wav);
+    } else if (ok && wav->out.seekable && wav->announced != wav->frames) {
+        unsigned char header[44];
+        WavHeader(header, wav->frames);
+        ok = OutputWriteAt(&wav->out, 0, header, sizeof header);
+    }
+    if (!ok) {
+        *error = wav->out.path + ": " +
+                 (errno ? std::strerror(errno) : "too long for a WAV file (4 GB at most)");
         WavFileAbandon(wav);
         return 0;
     }
-    wav->temporary.clear();
-    return 1;
+    return OutputCommit(&wav->out, error);
 }
 
 void WavFileAbandon(WavFile* wav) {
-    if (wav->file) std::fclose(wav->file);
-    wav->file = nullptr;
-    if (!wav->temporary.empty()) std::remove(wav->temporary.c_str());
-    wav->temporary.clear();
+    OutputAbandon(&wav->out);
 }

@@ -1,21 +1,32 @@
-// 44100 Hz stereo 16-bit WAV files, written under a unique temporary name beside the
-// target and renamed when finished, so an interrupted or failed run never leaves a
-// partial file under the target's name (nor over an existing one).
+// 44100 Hz stereo 16-bit WAV files for the tools, written through an OutputFile: a file
+// appears whole or not at all and never replaces a link, device or FIFO (see
+// output_file.h). Standard output and other outputs that cannot seek back get their
+// header first, so the caller announces the length before the first samples.
 #pragma once
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
+#include "tools/common/output_file.h"
+
+// The most stereo frames a WAV file can hold (its sizes are 32-bit).
+constexpr uint64_t kWavMaxFrames = (0xFFFFFFFFu - 36) / 4;
+
 struct WavFile {
-    std::string path;       // the finished file's name
-    std::string temporary;  // where it is written until then
-    std::FILE* file = nullptr;
-    uint64_t frames = 0;  // stereo frames written
+    OutputFile out;
+    uint64_t frames = 0;     // stereo frames written
+    uint64_t announced = 0;  // the length the header gives before the data is known
+    bool headerWritten = false;
 };
 
-// Creates the temporary file with the permissions a new file would get. Returns 1, or 0
-// with the reason in *error.
+// Opens the output (no bytes are written yet). Returns 1, or 0 with the reason.
 int WavFileOpen(WavFile* wav, const char* path, std::string* error);
+// 1 when the header can be completed at the end; otherwise announce the length first.
+inline bool WavFileCanSeek(const WavFile* wav) {
+    return wav->out.seekable;
+}
+inline void WavFileAnnounce(WavFile* wav, uint64_t frames) {
+    wav->announced = frames;
+}
 // Appends interleaved left/right samples. Returns 0 when the write fails.
 int WavFileAppend(WavFile* wav, const int16_t* samples, uint64_t frames);
 // Completes the header, closes and renames. Returns 1, or 0 with the reason (the
