@@ -82,32 +82,37 @@ void DemoLightsAnimate(DemoWorld* world, float skyTime) {
     moonLight.pos = sunLight.pos;
 }
 
-// Reset, transform by m from the local list, move to the world position, insert.
-static void ObjectThroughEngine(Object3D* obj, const Mat4& m, RenderList* list) {
+// Reset, transform by m from the local list, move to the world position, insert; the
+// object's records are noted in world->drawn.
+static void ObjectThroughEngine(DemoWorld* world, Object3D* obj, const Mat4& m, RenderList* list) {
     Object3DReset(obj);
     Object3DTransform(obj, m, kTransformLocalToTrans, 0, 1);
     Object3DModelToWorld(obj, kTransformTransOnly, 1);
+    const int32_t first = list->numPolys;
     RenderListInsertObject(list, obj, 0);
+    if (world->drawnCount < kDemoDrawnMax)
+        world->drawn[world->drawnCount++] = {obj, first, list->numPolys - first};
 }
 
-void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
+void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime, int32_t) {
     const double t = skyTime;
     Mat4 m;  // the frame's shared object matrix, rebuilt for each object
+    world->drawnCount = 0;
 
     Mat4BuildRotationXYZ(0, 0, 0, &m);
-    ObjectThroughEngine(&world->terrain, m, list);
+    ObjectThroughEngine(world, &world->terrain, m, list);
 
     // The logo hovers over the centre and turns slowly to face every camera in turn.
     Object3D* logo = &world->objects[0];
     logo->worldPos = Point(0, 500 + 60 * std::sin(1.3 * t), 0);
     Mat4BuildRotationXYZ(0, SpinStep(&gLogoSpin), 0, &m);
-    ObjectThroughEngine(logo, m, list);
+    ObjectThroughEngine(world, logo, m, list);
 
     // The lighthouse stands on the highest hill.
     Object3D* lighthouse = &world->objects[1];
     lighthouse->worldPos = Point(kLandmarkHillX, kLandmarkHillY, kLandmarkHillZ);
     Mat4BuildRotationXYZ(0, 0, 0, &m);
-    ObjectThroughEngine(lighthouse, m, list);
+    ObjectThroughEngine(world, lighthouse, m, list);
 
     // The airship circles the centre nose first, rolling gently into its turn.
     Object3D* airship = &world->objects[2];
@@ -116,7 +121,7 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
         Point(1900 * std::cos(orbit), 1350 + 120 * std::sin(0.8 * t), 1900 * std::sin(orbit));
     const float heading = static_cast<float>(-(orbit * 180.0 / 3.14159265358979) - 90.0);
     Mat4BuildRotationXYZ(static_cast<float>(6 * std::sin(1.1 * t)), heading, 0, &m);
-    ObjectThroughEngine(airship, m, list);
+    ObjectThroughEngine(world, airship, m, list);
 
     // The knot tumbles round the logo, slowly, above the basin.
     Object3D* knot = &world->objects[3];
@@ -125,7 +130,7 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
         Point(1000 * std::cos(knotOrbit), 950 + 90 * std::sin(0.9 * t), 1000 * std::sin(knotOrbit));
     const float k = SpinStep(&gKnotSpin);
     Mat4BuildRotationXYZ(k, 1.3f * k, 0.7f * k, &m);
-    ObjectThroughEngine(knot, m, list);
+    ObjectThroughEngine(world, knot, m, list);
 
     // The sun by day, the moon by night, on an arc over the valley.
     const double h = 2000 * std::sin(t);
@@ -136,11 +141,11 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
     if (h > 0) {
         sun->worldPos = sky;
         Mat4BuildRotationXYZ(0, 0, SpinStep(&gSunSpin), &m);
-        ObjectThroughEngine(sun, m, list);
+        ObjectThroughEngine(world, sun, m, list);
     } else {
         moon->worldPos = sky;
         Mat4BuildRotationXYZ(0, SpinStep(&gMoonSpin), 0, &m);
-        ObjectThroughEngine(moon, m, list);
+        ObjectThroughEngine(world, moon, m, list);
     }
 
     // The balloons drift round the valley, each at its own height and bob.
@@ -152,6 +157,6 @@ void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime) {
         balloon->worldPos = Point(r * std::cos(a), 650 + 85 * i + 90 * std::sin(0.9 * t + i * 1.3),
                                   r * std::sin(a));
         Mat4BuildRotationXYZ(0, turn + 45.0f * i, 0, &m);
-        ObjectThroughEngine(balloon, m, list);
+        ObjectThroughEngine(world, balloon, m, list);
     }
 }
