@@ -48,8 +48,9 @@ void DemoLightsCreate(Light* lights);
 // the sun's and the moon's lights with the time of day.
 void DemoLightsAnimate(DemoWorld* world, float skyTime);
 
-// Places every object of `scene` for this frame and takes it through reset, transform,
-// model-to-world and insertion into `list`: the terrain, the logo, lighthouse, airship
-// and knot, the sun or the moon (h = 2000 sin(sky time) decides, kept in the sun's
-// record as dir.x), and the eight balloons. Lists them in world->drawn.
+// Places every object of `scene` for this frame around the camera already placed for
+// it, and takes it through reset, transform, model-to-world and insertion into `list`:
+// the terrain, the logo, the lighthouse (not in scene 0), the airship and the knot, the
+// sun or the moon (h = 2000 sin(sky time) decides, kept in the sun's record as dir.x),
+// and the eight balloons. Lists them in world->drawn.
 void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime, int32_t scene);
