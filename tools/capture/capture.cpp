@@ -19,6 +19,7 @@
 #include "music/headless/wave_headless.h"
 #include "music/music.h"
 #include "tools/capture/capture_output.h"
+#include "tools/capture/contact_sheet.h"
 #include "tools/common/png_image.h"
 #include "tools/common/wav_file.h"
 
@@ -39,6 +40,8 @@ const char kUsage[] =
     "  --mp4 FILE    encode the frames and the music to an H.264 + AAC MP4 (needs ffmpeg)\n"
     "  --scale K     enlarge frames K times with crisp pixels (1, 2 or 3; default 1)\n"
     "  --at MS       write the single frame shown at MS of the show as DIR/shot_MS.png\n"
+    "  --contact-sheet FILE  also write the recorded frames every 2.5 s, each with its\n"
+    "                time and scene, as one PNG (at 40 fps)\n"
     "  --help        this text\n";
 
 constexpr uint32_t kClockBase = 1000;  // the show's tick 0 (a zero tick means "not started")
@@ -47,6 +50,7 @@ constexpr int32_t kWidth = 640, kHeight = 480;
 struct Options {
     std::string out;
     std::string mp4;
+    std::string sheet;
     double seconds = 115;
     long startMs = 0;
     long atMs = -1;
@@ -85,6 +89,8 @@ Options ParseOptions(int argc, char** argv) {
             o.out = value();
         } else if (a == "--mp4") {
             o.mp4 = value();
+        } else if (a == "--contact-sheet") {
+            o.sheet = value();
         } else if (a == "--png") {
             o.png = true;
         } else if (a == "--seconds") {
@@ -110,6 +116,7 @@ Options ParseOptions(int argc, char** argv) {
     if (o.out.empty()) Die("--out DIR is required (see --help)");
     if (o.atMs >= 0 && !o.png) Die("--at writes a PNG: give --png too");
     if (o.atMs >= 0 && !o.mp4.empty()) Die("--at writes one frame; it cannot make an MP4");
+    if (!o.sheet.empty() && o.fps != 40) Die("--contact-sheet needs the intro's 40 fps");
     return o;
 }
 
@@ -238,6 +245,7 @@ int main(int argc, char** argv) {
 
     const auto began = std::chrono::steady_clock::now();
     std::vector<uint16_t> picture;
+    ContactSheet sheet;
     for (long n = 0; n < lastFrame; ++n) {
         HeadlessClockSet(kClockBase + FrameTime(n, o.fps));
         gPresented = false;
@@ -263,6 +271,9 @@ int main(int argc, char** argv) {
                 fail(why);
         }
         if (video.pipe && !VideoAppend(&video, picture)) fail("ffmpeg stopped taking frames");
+        if (!o.sheet.empty())
+            ContactSheetOffer(&sheet, gFrame.data(), gFramePitch, kWidth, kHeight,
+                              FrameTime(n, o.fps));
         const double elapsed =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
         Progress(n - firstFrame + 1, count, FrameTime(n + 1, o.fps) / 1000.0, elapsed, false);
@@ -273,6 +284,7 @@ int main(int argc, char** argv) {
 
     if (!single && !WavFileFinish(&wav, &error)) fail(error);
     if (video.pipe && !VideoFinish(&video, wavPath, o.mp4, &error)) fail(error);
+    if (!o.sheet.empty() && !ContactSheetWrite(&sheet, o.sheet, &error)) fail(error);
     AppShutdown();
     MusicRenderClose();
     std::fprintf(stderr, "capture: %ld frame%s", count, count == 1 ? "" : "s");
