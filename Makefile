@@ -48,3 +48,10 @@ assets:
 
 clean:
 	rm -rf build
+
+# The release bundle: dist/invitro/ and dist/invitro.zip (the Windows and Linux
+# intros, the web build once there is one, a screenshot, invitro.nfo, file_id.diz);
+# make dist ARGS=--with-video adds the capture of one cycle as invitro.mp4.
+.PHONY: dist
+dist:
+	@scripts/dist.sh $(ARGS)

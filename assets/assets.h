@@ -80,7 +80,7 @@ extern const unsigned long MeshSun_size;
 // 5: crescent moon, 600 high, opening towards +x, origin at the centre of its arc.
 extern const unsigned char MeshMoon[];
 extern const unsigned long MeshMoon_size;
-// The shared template of the eight coloured instances: a hot-air balloon 310 high,
+// The shared template of the eight coloured instances: a hot-air balloon 434 high,
 // origin in the middle of the envelope. Its polygons take the instance's colour.
 extern const unsigned char MeshBalloon[];
 extern const unsigned long MeshBalloon_size;

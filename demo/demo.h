@@ -3,3 +3,12 @@
 
 // Renders, presents and paces one frame, and polls Escape. Returns 1.
 int DemoFrame();
+
+// The geometry of a frame, without lighting or pixels: empties the render list, moves
+// the lights, steps the schedule, places the camera, takes every object of the scene
+// through the engine (DemoWorld::drawn lists them), removes back faces and clips the
+// list in camera space. DemoFrame calls it after the sky and the keyboard; run on its
+// own it needs TimelineStart and TimelineSkyAdvance first, as a frame calls them.
+void DemoFrameGeometry();
+// The rest of the frame's passes: lights the clipped list and maps it to the screen.
+void DemoFrameProject();

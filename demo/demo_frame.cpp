@@ -1,5 +1,7 @@
 // The per-frame driver: clocks, sky, keyboard, scene, the engine's passes, the render
-// pass, the overlay, present and pacing, in that order.
+// pass, the overlay, present and pacing, in that order. The geometry (scene,
+// objects, passes up to clipping) is a function of its own so that it can be run
+// without lighting or pixels.
 #include "assets/assets.h"
 #include "demo/demo.h"
 #include "demo/overlay.h"
@@ -10,8 +12,40 @@
 #include "platform/frame_clock.h"
 #include "platform/keyboard.h"
 
-int DemoFrame() {
+void DemoFrameGeometry() {
     DemoWorld* world = DemoWorldGet();
+    RenderList* list = RenderListMain();
+    RenderListReset(list);
+    const float skyTime = TimelineStateGet()->skyTime;
+    DemoLightsAnimate(world, skyTime);
+
+    TimelineScheduleStep(TickNow());
+    Camera* camera = &world->camera;
+    const SceneCamera placed = TimelineSceneCamera();
+    camera->pos = placed.position;
+    camera->dir.y = placed.heading;
+    CameraBuildUVN(camera, placed.uvnMode);
+
+    DemoObjectsInsert(world, list, skyTime, TimelineStateGet()->scene);
+    RenderListRemoveBackfaces(list, camera);
+    RenderListWorldToCamera(list, camera);
+    // Every plane is tested: side culling and the near cut both keep the work down.
+    RenderListClip(list, camera, kClipX | kClipY | kClipNearFar);
+}
+
+void DemoFrameProject() {
+    DemoWorld* world = DemoWorldGet();
+    RenderList* list = RenderListMain();
+    Camera* camera = &world->camera;
+    // The lights' world positions move every frame, so their camera-space copies are
+    // made afresh from them.
+    LightsTransform(world->lights, kMaxLights, camera->mcam, kLightsTransformToTrans);
+    LightRenderList(list, camera, world->lights, kMaxLights);
+    RenderListCameraToPerspective(list, camera);
+    RenderListPerspectiveToScreen(list, camera);
+}
+
+int DemoFrame() {
     Surface* back = DisplayBackSurface();
     if (TimelineStateGet()->firstFrame) {
         OverlayStart(FontImage, kScrollerText, back);
@@ -27,31 +61,11 @@ int DemoFrame() {
     SurfaceFillRect(0, 0, 639, 479, ColourPacker(red, green, blue), back);
 
     KeyboardRead();
-    RenderList* list = RenderListMain();
-    RenderListReset(list);
-    const float skyTime = TimelineStateGet()->skyTime;
-    DemoLightsAnimate(world, skyTime);
-
-    TimelineScheduleStep(TickNow());
-    Camera* camera = &world->camera;
-    const SceneCamera placed = TimelineSceneCamera();
-    camera->pos = placed.position;
-    camera->dir.y = placed.heading;
-    CameraBuildUVN(camera, placed.uvnMode);
-
-    DemoObjectsInsert(world, list, skyTime);
-    RenderListRemoveBackfaces(list, camera);
-    RenderListWorldToCamera(list, camera);
-    // Every plane is tested: side culling and the near cut both keep the work down.
-    RenderListClip(list, camera, kClipX | kClipY | kClipNearFar);
-    // The lights' world positions move every frame, so their camera-space copies are
-    // made afresh from them.
-    LightsTransform(world->lights, kMaxLights, camera->mcam, kLightsTransformToTrans);
-    LightRenderList(list, camera, world->lights, kMaxLights);
-    RenderListCameraToPerspective(list, camera);
-    RenderListPerspectiveToScreen(list, camera);
+    DemoFrameGeometry();
+    DemoFrameProject();
 
     SurfaceLock();
+    DemoWorld* world = DemoWorldGet();
     RenderContext* context = &world->context;
     context->attr = kRenderDepthZ | kRenderAffine;  // 0x102
     ZBufferClear(&world->zbuffer, 0x3E800000);      // 0.25f's bit pattern in every entry
@@ -59,7 +73,7 @@ int DemoFrame() {
     context->framePitch = DisplayLockPitch();
     context->depth = world->zbuffer.buffer;
     context->depthPitch = 2560;
-    context->list = list;
+    context->list = RenderListMain();
     context->perspectiveSwitchDistance = 1000;
     context->alphaOverride = -1;
     context->mipDistance = 0;

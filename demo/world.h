@@ -15,6 +15,15 @@ constexpr int32_t kDemoInstanceCount = 8;  // the coloured balloons
 constexpr int32_t kDemoSun = 4;            // drawn while its height h > 0
 constexpr int32_t kDemoMoon = 5;           // drawn otherwise
 
+// One object as DemoObjectsInsert put it into the render list this frame.
+struct DemoDrawn {
+    const Object3D* object;
+    int32_t first;  // index of its first record in the render list
+    int32_t count;  // records it inserted
+};
+// The terrain, the objects (the sun or the moon) and the balloons.
+constexpr int32_t kDemoDrawnMax = 1 + kDemoObjectCount - 1 + kDemoInstanceCount;
+
 struct DemoWorld {
     Camera camera;
     Object3D terrain;
@@ -24,6 +33,8 @@ struct DemoWorld {
     ZBuffer zbuffer;
     RenderContext context;
     float engineGlobal[4];  // (20, 20, 20, 1), set at start-up; nothing in this build reads it
+    DemoDrawn drawn[kDemoDrawnMax];  // this frame's objects, in insertion order
+    int32_t drawnCount;
 };
 
 // The one world of the process (static storage).
@@ -37,8 +48,9 @@ void DemoLightsCreate(Light* lights);
 // the sun's and the moon's lights with the time of day.
 void DemoLightsAnimate(DemoWorld* world, float skyTime);
 
-// Places every object for this frame and takes it through reset, transform,
-// model-to-world and insertion into `list`: the terrain, the logo, lighthouse, airship
-// and knot, the sun or the moon (h = 2000 sin(sky time) decides, kept in the sun's
-// record as dir.x), and the eight balloons.
-void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime);
+// Places every object of `scene` for this frame around the camera already placed for
+// it, and takes it through reset, transform, model-to-world and insertion into `list`:
+// the terrain, the logo, the lighthouse (not in scene 0), the airship and the knot, the
+// sun or the moon (h = 2000 sin(sky time) decides, kept in the sun's record as dir.x),
+// and the eight balloons. Lists them in world->drawn.
+void DemoObjectsInsert(DemoWorld* world, RenderList* list, float skyTime, int32_t scene);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, when they are missing.
-# Usage: scripts/deps.sh GROUP...   (groups: build, windows, smoke, tools, sanitize)
+# Usage: scripts/deps.sh GROUP...   (groups: build, windows, smoke, tools, assets, sanitize, dist)
 set -euo pipefail
 
 packages_of() {
@@ -11,6 +11,7 @@ packages_of() {
     tools)    echo "sox ffmpeg" ;;
     assets)   echo "libfreetype-dev fonts-dejavu-extra python3" ;;
     sanitize) echo "clang-14 libclang-rt-14-dev" ;;
+    dist)     echo "zip unzip" ;;
     *) echo "deps.sh: unknown group '$1'" >&2; exit 2 ;;
   esac
 }

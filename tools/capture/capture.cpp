@@ -19,6 +19,7 @@
 #include "music/headless/wave_headless.h"
 #include "music/music.h"
 #include "tools/capture/capture_output.h"
+#include "tools/capture/contact_sheet.h"
 #include "tools/common/png_image.h"
 #include "tools/common/stop_signal.h"
 #include "tools/common/wav_file.h"
@@ -40,6 +41,8 @@ const char kUsage[] =
     "  --mp4 FILE    encode the frames and the music to an H.264 + AAC MP4 (needs ffmpeg)\n"
     "  --scale K     enlarge frames K times with crisp pixels (1, 2 or 3; default 1)\n"
     "  --at MS       write the single frame shown at MS of the show as DIR/shot_MS.png\n"
+    "  --contact-sheet FILE  also write the recorded frames every 2.5 s, each with its\n"
+    "                time and scene, as one PNG (at 40 fps)\n"
     "  --help        this text\n"
     "FILE may be - (standard output), a device or a FIFO (then a fragmented MP4). Ctrl-C\n"
     "finishes the WAV and the MP4 with the frames made so far (exit status 130).\n";
@@ -51,6 +54,7 @@ constexpr long kMaxShowMs = 24L * 3600 * 1000;
 struct Options {
     std::string out;
     std::string mp4;
+    std::string sheet;
     double seconds = 115;
     long startMs = 0;
     long atMs = -1;
@@ -108,6 +112,7 @@ struct OptionSpec {
 const OptionSpec kOptions[] = {
     {"--out", true, [](Options* o, const char* v) { o->out = v; }},
     {"--mp4", true, [](Options* o, const char* v) { o->mp4 = v; }},
+    {"--contact-sheet", true, [](Options* o, const char* v) { o->sheet = v; }},
     {"--png", false, [](Options* o, const char*) { o->png = true; }},
     {"--seconds", true, [](Options* o, const char* v) { o->seconds = ParseSeconds(v); }},
     {"--start", true,
@@ -167,6 +172,7 @@ Options ParseOptions(int argc, char** argv) {
     if (o.out.empty()) Die("--out DIR is required (see --help)");
     if (o.atMs >= 0 && !o.png) Die("--at writes a PNG: give --png too");
     if (o.atMs >= 0 && !o.mp4.empty()) Die("--at writes one frame; it cannot make an MP4");
+    if (!o.sheet.empty() && o.fps != 40) Die("--contact-sheet needs the intro's 40 fps");
     const Plan plan = PlanOf(o);
     if (plan.count < 1) {
         char text[96];
@@ -225,6 +231,14 @@ void OpenOutputs(const Options& o, const Plan& plan, const std::string& wavPath)
     if (!plan.single) {
         if (!WavFileOpen(&gWav, wavPath.c_str(), &error)) OpenFailed(wavPath, error);
         WavFileAnnounce(&gWav, plan.audioFrames);
+    }
+    if (!o.sheet.empty()) {
+        // The sheet is written at the end; its folder must take it.
+        const size_t slash = o.sheet.rfind('/');
+        const std::string folder = slash == std::string::npos ? "." : o.sheet.substr(0, slash + 1);
+        if (access(folder.c_str(), W_OK) != 0)
+            Die("--contact-sheet " + o.sheet + ": cannot write to " + folder + ": " +
+                std::strerror(errno));
     }
     if (o.mp4.empty()) return;
     if (!OutputResolve(&gMp4, o.mp4.c_str(), &error)) Die(error);
@@ -344,6 +358,7 @@ int main(int argc, char** argv) {
     Phase skip{skipping, plan.first};
     Phase record{nullptr, plan.count};
     std::vector<uint16_t> picture;
+    ContactSheet sheet;
     long n = 0;
     for (; n < lastFrame && !StopSignalCaught(); ++n) {
         HeadlessClockSet(kClockBase + FrameTime(n, o.fps));
@@ -376,6 +391,9 @@ int main(int argc, char** argv) {
         if (gVideo.fd >= 0 && !VideoAppend(&gVideo, picture))
             Die("ffmpeg stopped taking frames at frame " + std::to_string(n - plan.first) + ": " +
                 VideoFailure(&gVideo));
+        if (!o.sheet.empty())
+            ContactSheetOffer(&sheet, gFrame.data(), gFramePitch, kWidth, kHeight,
+                              FrameTime(n, o.fps));
         Progress(&record, n - plan.first + 1, FrameTime(n + 1, o.fps) / 1000.0, n + 1 == lastFrame);
     }
     EndProgressLine();
@@ -390,6 +408,7 @@ int main(int argc, char** argv) {
     std::string error;
     if (!plan.single && !WavFileFinish(&gWav, &error)) Die(error);
     if (gVideo.pid && !VideoFinish(&gVideo, wavPath, &gMp4, &error)) Die(error);
+    if (!o.sheet.empty() && !ContactSheetWrite(&sheet, o.sheet, &error)) Die(error);
     AppShutdown();
     MusicRenderClose();
     if (stopped)
