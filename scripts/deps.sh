@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages_of() {
   case "$1" in
-    build)    echo "cmake make g++ pkg-config libsdl2-dev libgtest-dev googletest libbenchmark-dev libpng-dev" ;;
+    build)    echo "cmake make g++ pkg-config libsdl2-dev libx11-dev libgtest-dev googletest libbenchmark-dev libpng-dev" ;;
     windows)  echo "g++-mingw-w64-x86-64" ;;
     smoke)    echo "xvfb xdotool imagemagick x11-utils python3 wine wine64" ;;
     tools)    echo "sox ffmpeg" ;;

@@ -3,6 +3,7 @@
 #include <SDL.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 
 #include "music/wave_device.h"
@@ -39,9 +40,16 @@ void SDLCALL RingPlay(void*, Uint8* stream, int length) {
 
 }  // namespace
 
+// Without a device the show goes on silent; one line says why, in the words of whichever
+// step SDL refused.
+static int WaveDeviceMissing() {
+    std::fprintf(stderr, "invitro: no sound, the show goes on silent: %s\n", SDL_GetError());
+    return 0;
+}
+
 int WaveDeviceOpen() {
     if (gDevice) WaveDeviceClose();  // a device left open by a failed start
-    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return 0;
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return WaveDeviceMissing();
     SDL_AudioSpec want = {};
     want.freq = 44100;
     want.format = AUDIO_S16LSB;
@@ -51,6 +59,7 @@ int WaveDeviceOpen() {
     SDL_AudioSpec have;
     gDevice = SDL_OpenAudioDevice(nullptr, 0, &want, &have, 0);
     if (!gDevice) {
+        WaveDeviceMissing();
         SDL_QuitSubSystem(SDL_INIT_AUDIO);
         return 0;
     }

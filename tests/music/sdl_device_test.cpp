@@ -1,10 +1,12 @@
 // The SDL wave device with SDL's dummy driver: the ring plays round more than once while
 // the stream thread refills it, the position moves, and the stream stops cleanly. Without any
-// driver, StartMusic returns 0.
+// driver, StartMusic returns 0 and one line says the show goes on silent.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <string>
 #include <thread>
 
 #include "music/music.h"
@@ -26,5 +28,9 @@ TEST(SdlWaveDevice, PlaysTheRingThroughTheDummyDriver) {
     EXPECT_EQ(WaveDevicePosition(), 0u);
 
     setenv("SDL_AUDIODRIVER", "no-such-driver", 1);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(StartMusicBytes(bytes), 0u);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(said.rfind("invitro: no sound, the show goes on silent: ", 0), 0u) << said;
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
 }
