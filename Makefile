@@ -7,7 +7,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: run test build windows bench asan tsan assets clean
+.PHONY: run test build checksums windows bench asan tsan assets clean
 
 build:
 	@scripts/deps.sh build
@@ -22,6 +22,10 @@ run: build
 
 test: build
 	@ctest --preset $(PRESET)
+
+# Every frame of a capture cycle and the music renders against tests/checksums/.
+checksums: build
+	@scripts/checksums.sh
 
 windows:
 	@scripts/deps.sh windows

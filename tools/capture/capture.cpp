@@ -41,6 +41,8 @@ const char kUsage[] =
     "  --mp4 FILE    encode the frames and the music to an H.264 + AAC MP4 (needs ffmpeg)\n"
     "  --scale K     enlarge frames K times with crisp pixels (1, 2 or 3; default 1)\n"
     "  --at MS       write the single frame shown at MS of the show as DIR/shot_MS.png\n"
+    "  --sums FILE   also write one line per recorded frame: its number and a 64-bit\n"
+    "                FNV-1a hash of its picture (what the output checksums compare)\n"
     "  --contact-sheet FILE  also write the recorded frames every 2.5 s, each with its\n"
     "                time and scene, as one PNG (at 40 fps)\n"
     "  --help        this text\n"
@@ -55,6 +57,7 @@ struct Options {
     std::string out;
     std::string mp4;
     std::string sheet;
+    std::string sums;
     double seconds = 115;
     long startMs = 0;
     long atMs = -1;
@@ -66,6 +69,7 @@ struct Options {
 // What capture has opened, abandoned by Die so that a failure leaves nothing behind.
 WavFile gWav;
 OutputFile gMp4;
+OutputFile gSums;
 VideoPipe gVideo;
 bool gProgressShown;  // a progress line without its line feed is on the terminal
 
@@ -77,6 +81,7 @@ void EndProgressLine() {
 [[noreturn]] void Die(const std::string& message) {
     VideoAbandon(&gVideo);
     OutputAbandon(&gMp4);
+    OutputAbandon(&gSums);
     WavFileAbandon(&gWav);
     EndProgressLine();
     std::fprintf(stderr, "capture: %s\n", message.c_str());
@@ -112,6 +117,7 @@ struct OptionSpec {
 const OptionSpec kOptions[] = {
     {"--out", true, [](Options* o, const char* v) { o->out = v; }},
     {"--mp4", true, [](Options* o, const char* v) { o->mp4 = v; }},
+    {"--sums", true, [](Options* o, const char* v) { o->sums = v; }},
     {"--contact-sheet", true, [](Options* o, const char* v) { o->sheet = v; }},
     {"--png", false, [](Options* o, const char*) { o->png = true; }},
     {"--seconds", true, [](Options* o, const char* v) { o->seconds = ParseSeconds(v); }},
@@ -210,6 +216,7 @@ void MakeDirectory(const std::string& path) {
 [[noreturn]] void StopBeforeRecording(const std::string& where) {
     VideoAbandon(&gVideo);
     OutputAbandon(&gMp4);
+    OutputAbandon(&gSums);
     WavFileAbandon(&gWav);
     EndProgressLine();
     std::fprintf(stderr,
@@ -232,6 +239,7 @@ void OpenOutputs(const Options& o, const Plan& plan, const std::string& wavPath)
         if (!WavFileOpen(&gWav, wavPath.c_str(), &error)) OpenFailed(wavPath, error);
         WavFileAnnounce(&gWav, plan.audioFrames);
     }
+    if (!o.sums.empty() && !OutputOpen(&gSums, o.sums.c_str(), &error)) OpenFailed(o.sums, error);
     if (!o.sheet.empty()) {
         // The sheet is written at the end; its folder must take it.
         const size_t slash = o.sheet.rfind('/');
@@ -327,6 +335,16 @@ void Progress(Phase* phase, long done, double showSeconds, bool final) {
     std::fflush(stderr);
 }
 
+// FNV-1a over the picture's pixels, low byte first: the same on every machine.
+uint64_t PictureHash(const std::vector<uint16_t>& picture) {
+    uint64_t hash = 0xCBF29CE484222325ull;
+    for (const uint16_t pixel : picture) {
+        hash = (hash ^ (pixel & 0xFF)) * 0x100000001B3ull;
+        hash = (hash ^ (pixel >> 8)) * 0x100000001B3ull;
+    }
+    return hash;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -391,6 +409,13 @@ int main(int argc, char** argv) {
         if (gVideo.fd >= 0 && !VideoAppend(&gVideo, picture))
             Die("ffmpeg stopped taking frames at frame " + std::to_string(n - plan.first) + ": " +
                 VideoFailure(&gVideo));
+        if (gSums.fd >= 0) {
+            char line[40];
+            const int length = std::snprintf(line, sizeof line, "%06ld %016llx\n", n - plan.first,
+                                             static_cast<unsigned long long>(PictureHash(picture)));
+            if (!OutputWrite(&gSums, line, static_cast<size_t>(length)))
+                Die("cannot write " + o.sums + ": " + std::strerror(errno));
+        }
         if (!o.sheet.empty())
             ContactSheetOffer(&sheet, gFrame.data(), gFramePitch, kWidth, kHeight,
                               FrameTime(n, o.fps));
@@ -409,6 +434,7 @@ int main(int argc, char** argv) {
     if (!plan.single && !WavFileFinish(&gWav, &error)) Die(error);
     if (gVideo.pid && !VideoFinish(&gVideo, wavPath, &gMp4, &error)) Die(error);
     if (!o.sheet.empty() && !ContactSheetWrite(&sheet, o.sheet, &error)) Die(error);
+    if (gSums.fd >= 0 && !OutputCommit(&gSums, &error)) Die(error);
     AppShutdown();
     MusicRenderClose();
     if (stopped)
