@@ -1,6 +1,8 @@
 // The render list: insertion of polygons, objects and whole records.
 #include "engine/render_list.h"
 
+#include <cstring>
+
 static RenderList gRenderList;
 
 RenderList* RenderListMain() {
@@ -26,7 +28,7 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
     RasterTri* tri = NextRecord(list);
     if (!tri) return 0;
 
-    tri->state = poly->state;
+    tri->state = poly->state & ~kPolyVerticesLate;
     tri->attr = poly->attr;
     tri->color = poly->color;
     tri->litColor[0] = poly->litColor[0];
@@ -34,13 +36,33 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
     tri->litColor[2] = poly->litColor[2];
     tri->texture = poly->texture;
     tri->normalLength = poly->normalLength;
-    for (int i = 0; i < 3; ++i) {
-        const Vertex3D& vertex = poly->vlist[poly->vert[i]];
-        tri->vlist[i] = vertex;
-        tri->tvlist[i] = vertex;
+    if (list->attr & kRenderListLateVertices) {
+        // Where the vertices are, in the record's working words.
+        tri->state |= kPolyVerticesLate;
+        std::memcpy(&tri->work[0], &poly->vlist, sizeof poly->vlist);
+        std::memcpy(&tri->work[2], poly->vert, sizeof poly->vert);
+    } else {
+        for (int i = 0; i < 3; ++i) {
+            const Vertex3D& vertex = poly->vlist[poly->vert[i]];
+            tri->vlist[i] = vertex;
+            tri->tvlist[i] = vertex;
+        }
     }
     list->numPolys += 1;
     return 1;
+}
+
+void RenderListVerticesFill(RasterTri* tri) {
+    if (!tri || !(tri->state & kPolyVerticesLate)) return;
+    const Vertex3D* vertices;
+    int32_t vert[3];
+    std::memcpy(&vertices, &tri->work[0], sizeof vertices);
+    std::memcpy(vert, &tri->work[2], sizeof vert);
+    for (int i = 0; i < 3; ++i) {
+        tri->vlist[i] = vertices[vert[i]];
+        tri->tvlist[i] = vertices[vert[i]];
+    }
+    tri->state &= ~kPolyVerticesLate;
 }
 
 int RenderListInsertTri(RenderList* list, const RasterTri* tri) {

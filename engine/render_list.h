@@ -6,9 +6,12 @@
 
 constexpr int32_t kRenderListCapacity = 32768;
 
+// RenderList attribute bits.
+constexpr uint32_t kRenderListLateVertices = 0x1;  // see RenderListVerticesFill
+
 struct RenderList {
     uint32_t state;
-    uint32_t attr;
+    uint32_t attr;  // kRenderList* bits
     RasterTri* polyPointers[kRenderListCapacity];  // pointer k addresses polyData[k]
     RasterTri polyData[kRenderListCapacity];
     int32_t numPolys;
@@ -21,7 +24,13 @@ RenderList* RenderListMain();
 int RenderListReset(RenderList* list);
 // Appends the polygon with its three vertices (from poly->vlist) copied into both
 // vlist and tvlist. Returns 0 when the list already holds kRenderListCapacity.
+// With kRenderListLateVertices in list->attr the vertices are copied later, by
+// RenderListVerticesFill, from the same vertex list, which must not change until then.
 int RenderListInsertPoly(RenderList* list, const Poly* poly);
+// Copies a record's vertices left for later by insertion; nothing for other records.
+// The frame's passes over ranges (list_ranges.h) and RenderListRemoveBackfaces call it
+// first, so that each record's vertices are copied by the thread that works on it.
+void RenderListVerticesFill(RasterTri* tri);
 // Appends a copy of a whole record and links it to the record before it (the clipper's
 // second pieces). Returns 0 when full.
 int RenderListInsertTri(RenderList* list, const RasterTri* tri);
