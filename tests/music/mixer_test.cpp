@@ -1,5 +1,5 @@
 // The mixer: the new-note crossfade, ramps, steps and their limits, interpolation with
-// the guard sample, and loops that reflect several times in one pass.
+// the guard sample, loops that wrap several times in one step, and the backward pass.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -26,6 +26,7 @@ MixVoice* ArmVoice(PlayerRig* rig, uint32_t stepInteger, uint32_t stepFraction) 
     v->stepInteger = stepInteger;
     v->stepFraction = stepFraction;
     v->targetLeft = v->gainLeft = v->lastTargetLeft = 255;
+    v->targetRight = v->gainRight = v->lastTargetRight = 255;
     return v;
 }
 }  // namespace
@@ -84,13 +85,33 @@ TEST(Mixer, StepLimitsAndSampleOffsets) {
     MixVoice v;
     MixVoiceInit(&v, 3);
     EXPECT_EQ(v.stepInteger, 1u);
-    MixVoiceSetFrequency(&v, 50);  // played at 100 Hz; the field keeps 50
-    EXPECT_EQ(v.frequency, 50);
-    EXPECT_EQ(v.stepInteger, 0u);
-    EXPECT_EQ(v.stepFraction, 9739154u);
-    MixVoiceSetFrequency(&v, 44100 * 3 + 22050);
-    EXPECT_EQ(v.stepInteger, 3u);
-    EXPECT_EQ(v.stepFraction, 0x80000000u);  // (2^31 * 44100 + 3) / 44100
+    // {frequency, step integer, step fraction}: below 100 Hz plays at 100 (the field
+    // keeps the rate asked for); no upper limit: an Amiga period of 1 is 14317056 Hz.
+    const int64_t steps[5][3] = {{50, 0, 9739154},
+                                 {44100 * 3 + 22050, 3, 0x80000000u},  // (2^31 * 44100 + 3) / 44100
+                                 {14317056, 324, 2790852218u},
+                                 {INT32_MAX, 48695, 3325629213u},
+                                 {INT32_MIN, 0, 9739154}};
+    for (const auto& s : steps) {
+        MixVoiceSetFrequency(&v, static_cast<int32_t>(s[0]));
+        EXPECT_EQ(v.frequency, s[0]);
+        EXPECT_EQ(v.stepInteger, s[1]) << s[0];
+        EXPECT_EQ(v.stepFraction, s[2]) << s[0];
+    }
+    XmWriterModule amiga = ToneModule();
+    amiga.flags = 0;
+    PlayerRig amigaRig(amiga);
+    amigaRig.Channel().period = 1;
+    amigaRig.Channel().flags = kChangeFrequency;
+    UpdateVoice(&amigaRig.Channel(), amigaRig.Channel().voice->sample, amigaRig.player.get());
+    EXPECT_EQ(amigaRig.Channel().voice->stepInteger, 324u);
+    // A linear period whose rate no 32-bit integer holds plays at the lowest rate.
+    PlayerRig linear(ToneModule());
+    linear.Channel().period = -200000;
+    linear.Channel().flags = kChangeFrequency;
+    UpdateVoice(&linear.Channel(), nullptr, linear.player.get());
+    EXPECT_EQ(linear.Channel().voice->frequency, INT32_MIN);
+    EXPECT_EQ(linear.Channel().voice->stepFraction, 9739154u);
 
     // An offset at or past the loop end restarts the playing note from 0 instead.
     XmWriterModule m = SampleModule(std::vector<int16_t>(1000, 100), 0, 0, 0);
@@ -125,38 +146,75 @@ TEST(Mixer, InterpolatesIntoTheGuardAndStopsUnloopedSamples) {
     EXPECT_EQ(v->position, 0);
 }
 
-TEST(Mixer, PingPongReflectsSeveralTimesInOnePass) {
+TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
     std::vector<int16_t> values;
-    for (int i = 0; i < 16; ++i) values.push_back(static_cast<int16_t>(i * 100));
-    PlayerRig rig(SampleModule(values, 2, 4, 2));  // loop 4..6
-    MixVoice* v = ArmVoice(&rig, 5, 0x40000000u);  // 5.25 samples a frame: more than the loop
-    const XmSample* s = v->sample;
-    std::vector<float> out(2 * 40);
-    MixChunk(rig.player->voices, out.data(), 40);
+    for (int i = 0; i < 16; ++i) values.push_back(static_cast<int16_t>(i * 100 + i * i));
+    // {loop type, loop start, loop length, step integer, step fraction}: steps far
+    // beyond the loop, up to an Amiga period of 1.
+    const uint32_t cases[4][5] = {{2, 4, 2, 5, 0x40000000u},
+                                  {2, 4, 10, 324, 2790852218u},
+                                  {1, 4, 10, 324, 2790852218u},
+                                  {1, 3, 1, 7, 0x10000000u}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "loop type " << c[0] << ", step " << c[3]);
+        PlayerRig rig(SampleModule(values, static_cast<uint8_t>(c[0]), c[1], c[2]));
+        MixVoice* v = ArmVoice(&rig, c[3], c[4]);
+        const XmSample* s = v->sample;
+        std::vector<float> out(2 * 40);
+        MixChunk(rig.player->voices, out.data(), 40);
 
-    // Frame by frame: read, step, reflect at each edge crossed.
-    const int64_t start = int64_t{4} << 32, end = int64_t{6} << 32;
-    const int64_t step = (int64_t{5} << 32) | 0x40000000;
-    int64_t p = 0;
-    int backward = 0;
-    for (int f = 0; f < 40; ++f) {
-        const int32_t i = static_cast<int32_t>(p >> 32);
-        const float fraction = static_cast<float>(static_cast<uint32_t>(p) >> 1) / 2147483648.0f;
-        const float expected = s->data[i] + (s->data[i + 1] - s->data[i]) * fraction;
-        ASSERT_NEAR(out[2 * f], expected, 0.01f) << "frame " << f;
-        p += backward ? -step : step;
-        for (;;) {
-            if (p >= end) {
-                p = end - (p - end) - 1;
-                backward = 1;
-            } else if (p < start) {
-                p = start + (start - p) - 1;
-                backward = 0;
-            } else {
-                break;
+        // Frame by frame: read, step, wrap or reflect at each edge crossed.
+        const int64_t start = int64_t{c[1]} << 32, end = int64_t{c[1] + c[2]} << 32;
+        const int64_t step = (int64_t{c[3]} << 32) | c[4];
+        int64_t p = 0;
+        int backward = 0;
+        for (int f = 0; f < 40; ++f) {
+            const int32_t i = static_cast<int32_t>(p >> 32);
+            const float fraction =
+                static_cast<float>(static_cast<uint32_t>(p) >> 1) / 2147483648.0f;
+            const float expected = s->data[i] + (s->data[i + 1] - s->data[i]) * fraction;
+            ASSERT_NEAR(out[2 * f], expected, 0.01f) << "frame " << f;
+            p += backward ? -step : step;
+            while (p >= end || p < start) {
+                if (c[0] == 1) {
+                    p -= end - start;
+                } else if (p >= end) {
+                    p = end - (p - end) - 1;
+                    backward = 1;
+                } else {
+                    p = start + (start - p) - 1;
+                    backward = 0;
+                }
             }
         }
+        EXPECT_EQ((int64_t{v->position} << 32) | v->fraction, p);
+        EXPECT_EQ(v->direction != 0, backward != 0);
     }
-    EXPECT_EQ((int64_t{v->position} << 32) | v->fraction, p);
-    EXPECT_EQ(v->direction != 0, backward != 0);
+}
+
+TEST(Mixer, BackwardPassesCountFramesWithTheForwardStep) {
+    // Going back with a whole step the voice moves one sample a frame more than the
+    // frames were counted for, and passes the loop start before it turns.
+    std::vector<int16_t> values(24);
+    for (int i = 0; i < 24; ++i) values[i] = static_cast<int16_t>((i * 7 % 23 - 11) * 256);
+    values[5] = -19 * 256;
+    values[10] = 46 * 256;
+    XmWriterModule m = SampleModule(values, 2, 8, 12);
+    m.instruments[0].samples[0].is16Bit = false;
+    PlayerRig rig(m);
+    MixVoice* v = ArmVoice(&rig, 2, 0);
+    std::vector<float> out(2 * 120);
+    MixChunk(rig.player->voices, out.data(), 120);
+    // Back from 19.99...: six frames of three samples, frame 15 at 4.99...
+    EXPECT_EQ(out[2 * 15], -4864.0f);
+    EXPECT_EQ(out[2 * 15 + 1], -4864.0f);
+    EXPECT_EQ(v->position, 13);
+
+    // A loop from the first sample: the pass reads before it, held at sample 0.
+    PlayerRig first(SampleModule({1000, 2000, 3000, 4000}, 2, 0, 4));
+    v = ArmVoice(&first, 1, 0);
+    float eight[2 * 8] = {};
+    MixChunk(first.player->voices, eight, 8);
+    const float expected[8] = {1000, 2000, 3000, 4000, 4000, 3000, 1000, 1000};
+    for (int f = 0; f < 8; ++f) EXPECT_EQ(eight[2 * f], expected[f]) << "frame " << f;
 }
