@@ -181,7 +181,7 @@ void SetEnvelopePosition(Context* c) {
     const XmInstrument* in = c->instrument;
     XmChannel* ch = c->channel;
     if (!(in->volumeType & kXmEnvelopeOn)) return;
-    const int32_t count = in->volumePoints;
+    const int32_t count = XmEnvelopePointsUsed(in->volumePoints);
     const int32_t position = Parameter(c);
     const XmEnvelopePoint* points = in->volumeEnvelope;
     int32_t i = 0;
@@ -193,14 +193,11 @@ void SetEnvelopePosition(Context* c) {
         ch->volumeEnvelopeDone = 1;
         return;
     }
-    const int32_t ticks = points[i + 1].tick - points[i].tick;
-    const int32_t rise = (points[i + 1].value - points[i].value) * 65536;
     ch->volumeEnvelopeTick = position;
-    ch->volumeEnvelopeStep = ticks == 0 ? 0 : rise / ticks;
+    ch->volumeEnvelopeStep = XmEnvelopeStep(points[i], points[i + 1]);
     ch->volumeEnvelopePoint = i + 1;
-    const int64_t value = int64_t{points[i].value} * 65536 +
-                          int64_t{position - points[i].tick} * ch->volumeEnvelopeStep;
-    ch->volumeEnvelopeValue = static_cast<int32_t>(static_cast<uint32_t>(value));
+    ch->volumeEnvelopeValue = XmWrap32(int64_t{points[i].value} * 65536 +
+                                       int64_t{position - points[i].tick} * ch->volumeEnvelopeStep);
 }
 
 void PanningSlideFirst(Context* c) {

@@ -58,6 +58,14 @@ TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffAndLoop) {
     EXPECT_EQ(EnvelopeVolumes(EnvelopeModule(1 | 2 | 4, 1), 10), looped);
 }
 
+TEST(XmPlayer, EnvelopeValuesBeyond64StayAndWrapIn32Bits) {
+    // 40000 x 65536 and the step toward 0 both wrap in the 16.16 value, which gives
+    // the output on every tick that does not end the envelope.
+    XmWriterModule m = EnvelopeModule(1, 0);
+    m.instruments[0].volumeEnvelope.points = {{0, 40000}, {2, 0}};
+    EXPECT_EQ(EnvelopeVolumes(m, 4), (std::vector<int>{-25536, -12768, 0, 0}));
+}
+
 TEST(XmPlayer, KeyOffCutsWithoutEnvelopeAndFadesWithOne) {
     XmWriterModule m = ToneModule();
     m.tempo = 2;
@@ -174,6 +182,36 @@ TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
     EXPECT_EQ(past.player->row, 40u);
     past.Tick();
     EXPECT_EQ(past.player->order, 1u);
+}
+
+TEST(XmPlayer, SongLengthZeroAndARestartBeyondTheOrderTable) {
+    XmWriterModule m = ToneModule();
+    m.tempo = 1;
+    m.orders = {};  // song length 0; the table names pattern 0 at order 0
+    m.restartPosition = 300;
+    m.patterns[0].rows = 4;
+    Cell(m, 1) = {0, 0, 0, 13, 0x03};  // break: past the song's end, to order 0
+    Cell(m, 0) = {49, 1, 0, 0, 0};
+    std::vector<uint8_t> bytes = XmWrite(m);
+    bytes[80 + 1] = 7;  // order 1 names a pattern that does not exist
+    PlayerRig rig(m);
+    XmModule module;
+    ASSERT_EQ(LoadBytes(bytes, &module), 1);
+    EXPECT_TRUE(module.songLength == 0 && module.restartPosition == 300);
+    EXPECT_EQ(module.patternCount, 1);  // the song names none: the file's count
+    XmModuleFree(&module);
+
+    std::vector<std::pair<uint32_t, uint32_t>> visited;
+    for (int i = 0; i < 6; ++i) {
+        rig.Tick();
+        visited.push_back({rig.player->order, rig.player->row});
+    }
+    // Off the end of the pattern to the restart position, beyond the table: no pattern
+    // there, so each of its rows is empty and the song stays at the restart position.
+    const std::vector<std::pair<uint32_t, uint32_t>> expected = {{0, 0},   {0, 1},   {0, 3},
+                                                                 {300, 0}, {300, 0}, {300, 0}};
+    EXPECT_EQ(visited, expected);
+    EXPECT_EQ(rig.Channel().voice->sample, rig.module.instruments[0].samples[0]);
 }
 
 TEST(XmPlayer, SpeedAndBpm) {
