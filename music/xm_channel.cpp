@@ -2,6 +2,7 @@
 // tremor, tone portamento, auto-vibrato, instrument reset and the volume column.
 #include "music/xm_channel.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -277,14 +278,13 @@ void XmTremorStep(XmChannel* ch) {
 
 void XmTonePortamentoStep(XmChannel* ch) {
     ch->flags |= kChangeFrequency;
-    const int32_t speed = ch->portamentoSpeed * 4;
-    if (ch->period < ch->portamentoTarget) {
-        ch->period =
-            ch->period + speed > ch->portamentoTarget ? ch->portamentoTarget : ch->period + speed;
-    } else if (ch->period > ch->portamentoTarget) {
-        ch->period =
-            ch->period - speed < ch->portamentoTarget ? ch->portamentoTarget : ch->period - speed;
-    }
+    // In 64 bits: a period that slid far (it wraps in 32) cannot overflow the step.
+    const int64_t speed = ch->portamentoSpeed * 4;
+    const int64_t period = ch->period, target = ch->portamentoTarget;
+    if (period < target)
+        ch->period = static_cast<int32_t>(std::min(period + speed, target));
+    else if (period > target)
+        ch->period = static_cast<int32_t>(std::max(period - speed, target));
 }
 
 void XmAutoVibratoStep(XmChannel* ch, const XmInstrument* in) {

@@ -1,5 +1,7 @@
 // The effect column: what each effect type does on the first tick of a row and on the
 // later ticks, as two tables indexed by the effect type.
+#include <algorithm>
+
 #include "music/xm_channel.h"
 
 namespace {
@@ -344,9 +346,9 @@ void PanningSlide(Context* c) {
     XmChannel* ch = c->channel;
     const int32_t m = ch->panningSlideMemory;
     if (m >> 4)
-        ch->panning = ch->panning + (m >> 4) > 255 ? 255 : ch->panning + (m >> 4);
+        ch->panning = static_cast<int32_t>(std::min<int64_t>(int64_t{ch->panning} + (m >> 4), 255));
     else if (m & 15)
-        ch->panning = ch->panning - (m & 15) < 0 ? 0 : ch->panning - (m & 15);
+        ch->panning = static_cast<int32_t>(std::max<int64_t>(int64_t{ch->panning} - (m & 15), 0));
     ch->flags |= kChangePanning;
 }
 
