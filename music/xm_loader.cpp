@@ -195,8 +195,8 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const
         }
         bytes[i] = SampleHeaderDecode(&headers[i], b);
         if (headers[i].length > kXmMaxSampleLength || headers[i].length < 0) {
-            *reason = Reason("instrument %u, sample %d has %u samples (at most %d)", number, i + 1,
-                             static_cast<uint32_t>(headers[i].length), kXmMaxSampleLength);
+            *reason = Reason("instrument %u, sample %d is %u samples long (at most %d)", number,
+                             i + 1, static_cast<uint32_t>(headers[i].length), kXmMaxSampleLength);
             return 0;
         }
         total += bytes[i];

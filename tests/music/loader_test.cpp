@@ -2,10 +2,7 @@
 // decoding, header fields kept as read, and every refusal's reason.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
-
-#include <unistd.h>
 
 #include "tests/music/music_test_util.h"
 
@@ -34,19 +31,7 @@ TEST(MusicSource, ReadsPastTheEndMoveThePositionByTheRequest) {
     EXPECT_EQ(MusicSourceRemaining(&s), 0);
     MusicSourceClose(&s);
 
-    // A file reads like memory; resources do not exist on this side.
-    char path[] = "/tmp/invitro_source_XXXXXX";
-    const int fd = mkstemp(path);
-    ASSERT_EQ(write(fd, "Extended", 8), 8);
-    close(fd);
-    ASSERT_EQ(MusicSourceOpen(&s, path, 0, kMusicSourceFile), 1);
-    char text[8] = {};
-    MusicSourceSeek(&s, 4, 0);
-    EXPECT_EQ(MusicSourceRead(&s, text, 8), 4u);
-    EXPECT_EQ(std::memcmp(text, "nded", 4), 0);
-    MusicSourceClose(&s);
-    std::remove(path);
-    EXPECT_EQ(MusicSourceOpen(&s, path, 0, kMusicSourceFile), 0);
+    // Resources do not exist on this side (xm2wav's test reads through a file).
     EXPECT_EQ(MusicSourceOpen(&s, "MUSIC", 0, kMusicSourceResource), 0);
 }
 
@@ -152,7 +137,7 @@ TEST(XmLoader, RefusalsNameTheFieldTheValueAndWhere) {
         {XmWrite(many), "instrument 1 has 17 samples (at most 16)"},
         {cut(sample + 10), "instrument 1, sample 1: header cut off at byte 672 of 682"},
         {with({{sample + 3, 0x40}, {sample + 14, 0}}),
-         "instrument 1, sample 1 has 1073743824 samples (at most 268435456)"},
+         "instrument 1, sample 1 is 1073743824 samples long (at most 268435456)"},
         {cut(good.size() - 1), "instrument 1: 2000 bytes of sample data, 1999 left in the file"}};
     XmModule module;
     for (const auto& r : refused) {
@@ -167,17 +152,21 @@ TEST(XmLoader, RefusalsNameTheFieldTheValueAndWhere) {
     EXPECT_EQ(MusicRenderOpen("/nonexistent/tune.xm", 0, kMusicSourceFile, &reason), 0);
     EXPECT_STREQ(reason, "the module file cannot be opened");
 
-    // Song length above 256, a restart beyond the song, a zero-row pattern without
-    // data: kept as read, and playable.
+    // Song lengths of 0 and above 256, a restart beyond the song, a zero-row pattern
+    // without data: kept as read, and playable. Outside the song the table may name
+    // patterns the file lacks: the pattern count stays the file's.
     XmWriterModule odd = ToneModule();
     odd.patterns[0].rows = 0;
     odd.patterns[0].packedSizeZero = true;
     odd.restartPosition = 299;
-    std::vector<uint8_t> bytes = XmWrite(odd);
-    bytes[64] = 0x2C;
-    bytes[65] = 0x01;  // 300 orders
-    ASSERT_EQ(LoadBytes(bytes, &module), 1);
-    EXPECT_TRUE(module.songLength == 300 && module.restartPosition == 299);
-    EXPECT_EQ(module.patterns[0].rows, 0);
-    XmModuleFree(&module);
+    for (const uint8_t length : {0, 1}) {
+        std::vector<uint8_t> bytes = XmWrite(odd);
+        bytes[64] = length ? 0x2C : 0;
+        bytes[65] = length;  // 300 or 0 orders
+        bytes[80] = length ? 0 : 7;
+        ASSERT_EQ(LoadBytes(bytes, &module), 1);
+        EXPECT_TRUE(module.songLength == (length ? 300 : 0) && module.restartPosition == 299);
+        EXPECT_TRUE(module.patternCount == 1 && module.patterns[0].rows == 0);
+        XmModuleFree(&module);
+    }
 }

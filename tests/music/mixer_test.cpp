@@ -81,37 +81,28 @@ TEST(Mixer, RampsContinueWhileTheTargetsStay) {
     EXPECT_EQ(v->rampFrames, 127);
 }
 
-TEST(Mixer, StepLimitsAndSampleOffsets) {
-    MixVoice v;
-    MixVoiceInit(&v, 3);
-    EXPECT_EQ(v.stepInteger, 1u);
-    // {frequency, step integer, step fraction}: below 100 Hz plays at 100 (the field
-    // keeps the rate asked for); no upper limit: an Amiga period of 1 is 14317056 Hz.
-    const int64_t steps[5][3] = {{50, 0, 9739154},
-                                 {44100 * 3 + 22050, 3, 0x80000000u},  // (2^31 * 44100 + 3) / 44100
-                                 {14317056, 324, 2790852218u},
-                                 {INT32_MAX, 48695, 3325629213u},
-                                 {INT32_MIN, 0, 9739154}};
-    for (const auto& s : steps) {
-        MixVoiceSetFrequency(&v, static_cast<int32_t>(s[0]));
-        EXPECT_EQ(v.frequency, s[0]);
-        EXPECT_EQ(v.stepInteger, s[1]) << s[0];
-        EXPECT_EQ(v.stepFraction, s[2]) << s[0];
+TEST(Mixer, StepsFromPeriodsAndSampleOffsets) {
+    // {linear table, period, frequency, step integer, step fraction}: C-4 on both
+    // tables, below 100 Hz steps at 100 (the field keeps the rate), no upper limit (an
+    // Amiga period of 1), and a linear rate beyond 32 bits converts to 0x80000000.
+    const int64_t rates[5][5] = {{1, 4608, 8363, 0, 814485521u},
+                                 {0, 1712, 8362, 0, 814388129u},
+                                 {0, 286341, 50, 0, 9739154},
+                                 {0, 1, 14317056, 324, 2790852218u},
+                                 {1, -200000, INT32_MIN, 0, 9739154}};
+    for (const auto& r : rates) {
+        XmWriterModule tone = ToneModule();
+        tone.flags = static_cast<uint16_t>(r[0]);
+        PlayerRig rates(tone);
+        EXPECT_EQ(rates.player->voices[5].stepInteger, 1u);  // a voice starts at 1
+        rates.Channel().period = static_cast<int32_t>(r[1]);
+        rates.Channel().flags = kChangeFrequency;
+        UpdateVoice(&rates.Channel(), nullptr, rates.player.get());
+        const MixVoice* v = rates.Channel().voice;
+        EXPECT_EQ(v->frequency, r[2]);
+        EXPECT_EQ(v->stepInteger, r[3]) << r[1];
+        EXPECT_EQ(v->stepFraction, r[4]) << r[1];
     }
-    XmWriterModule amiga = ToneModule();
-    amiga.flags = 0;
-    PlayerRig amigaRig(amiga);
-    amigaRig.Channel().period = 1;
-    amigaRig.Channel().flags = kChangeFrequency;
-    UpdateVoice(&amigaRig.Channel(), amigaRig.Channel().voice->sample, amigaRig.player.get());
-    EXPECT_EQ(amigaRig.Channel().voice->stepInteger, 324u);
-    // A linear period whose rate no 32-bit integer holds plays at the lowest rate.
-    PlayerRig linear(ToneModule());
-    linear.Channel().period = -200000;
-    linear.Channel().flags = kChangeFrequency;
-    UpdateVoice(&linear.Channel(), nullptr, linear.player.get());
-    EXPECT_EQ(linear.Channel().voice->frequency, INT32_MIN);
-    EXPECT_EQ(linear.Channel().voice->stepFraction, 9739154u);
 
     // An offset at or past the loop end restarts the playing note from 0 instead.
     XmWriterModule m = SampleModule(std::vector<int16_t>(1000, 100), 0, 0, 0);
@@ -129,18 +120,10 @@ TEST(Mixer, StepLimitsAndSampleOffsets) {
     EXPECT_EQ(first->position, 0);
 }
 
-TEST(Mixer, InterpolatesIntoTheGuardAndStopsUnloopedSamples) {
-    PlayerRig looped(SampleModule({0, 1000, 2000, 3000}, 1, 0, 4));
-    MixVoice* v = ArmVoice(&looped, 0, 0x10000000u);
-    v->position = 3;
-    v->fraction = 0x80000000u;
-    float out[2 * 10] = {};
-    MixChunk(looped.player->voices, out, 1);
-    EXPECT_FLOAT_EQ(out[0], 1500.0f);  // halfway from 3000 to the guard (the loop start, 0)
-
-    // Unlooped, the voice stops at the end of the sample.
+TEST(Mixer, UnloopedSamplesStopAtTheirEnd) {
     PlayerRig once(SampleModule({0, 1000, 2000, 3000}, 0, 0, 0));
-    v = ArmVoice(&once, 1, 0);
+    MixVoice* v = ArmVoice(&once, 1, 0);
+    float out[2 * 10] = {};
     MixChunk(once.player->voices, out, 10);
     EXPECT_EQ(v->sample, nullptr);
     EXPECT_EQ(v->position, 0);
@@ -150,11 +133,11 @@ TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
     std::vector<int16_t> values;
     for (int i = 0; i < 16; ++i) values.push_back(static_cast<int16_t>(i * 100 + i * i));
     // {loop type, loop start, loop length, step integer, step fraction}: steps far
-    // beyond the loop, up to an Amiga period of 1.
+    // beyond the loop, up to an Amiga period of 1; loops to the end read the guard.
     const uint32_t cases[4][5] = {{2, 4, 2, 5, 0x40000000u},
-                                  {2, 4, 10, 324, 2790852218u},
-                                  {1, 4, 10, 324, 2790852218u},
-                                  {1, 3, 1, 7, 0x10000000u}};
+                                  {2, 4, 12, 324, 2790852218u},
+                                  {1, 4, 12, 324, 2790852218u},
+                                  {1, 15, 1, 7, 0x90000000u}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "loop type " << c[0] << ", step " << c[3]);
         PlayerRig rig(SampleModule(values, static_cast<uint8_t>(c[0]), c[1], c[2]));
@@ -175,7 +158,7 @@ TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
             const float expected = s->data[i] + (s->data[i + 1] - s->data[i]) * fraction;
             ASSERT_NEAR(out[2 * f], expected, 0.01f) << "frame " << f;
             p += backward ? -step : step;
-            while (p >= end || p < start) {
+            while (p >= end || (c[0] == 2 && p < start)) {
                 if (c[0] == 1) {
                     p -= end - start;
                 } else if (p >= end) {
@@ -195,8 +178,7 @@ TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
 TEST(Mixer, BackwardPassesCountFramesWithTheForwardStep) {
     // Going back with a whole step the voice moves one sample a frame more than the
     // frames were counted for, and passes the loop start before it turns.
-    std::vector<int16_t> values(24);
-    for (int i = 0; i < 24; ++i) values[i] = static_cast<int16_t>((i * 7 % 23 - 11) * 256);
+    std::vector<int16_t> values(24, 1024);
     values[5] = -19 * 256;
     values[10] = 46 * 256;
     XmWriterModule m = SampleModule(values, 2, 8, 12);
