@@ -170,8 +170,12 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const
     const uint32_t headerSize = Le32(head);
     const uint16_t count = Le16(head + 27);
     if (count > kXmSamplesPerInstrument) {
-        *reason = Reason("instrument %u has %u samples (at most %d)", number, count,
-                         kXmSamplesPerInstrument);
+        // A module that declares fewer patterns than it holds reads a pattern here.
+        const char* hint = headerSize == 9 ? "; its header size 9 is a pattern header's: "
+                                             "does the module declare too few patterns?"
+                                           : "";
+        *reason = Reason("instrument %u has %u samples (at most %d)%s", number, count,
+                         kXmSamplesPerInstrument, hint);
         return 0;
     }
     // The rest of the header is read whatever its size; bytes past the end stay zero.

@@ -135,6 +135,9 @@ TEST(XmLoader, RefusalsNameTheFieldTheValueAndWhere) {
         {unpacked, "pattern 0: packed data cut off at the end of the file"},
         {cut(instrument + 20), "instrument 1: header cut off at byte 409 of 429"},
         {XmWrite(many), "instrument 1 has 17 samples (at most 16)"},
+        {with({{70, 0}}),
+         "instrument 1 has 32896 samples (at most 16); its header size 9 is a "
+         "pattern header's: does the module declare too few patterns?"},
         {cut(sample + 10), "instrument 1, sample 1: header cut off at byte 672 of 682"},
         {with({{sample + 3, 0x40}, {sample + 14, 0}}),
          "instrument 1, sample 1 is 1073743824 samples long (at most 268435456)"},
