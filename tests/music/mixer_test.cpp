@@ -173,6 +173,17 @@ TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
         EXPECT_EQ((int64_t{v->position} << 32) | v->fraction, p);
         EXPECT_EQ(v->direction != 0, backward != 0);
     }
+
+    // A long loop: the step's 8.24 form wraps, too many frames are counted, and a chunk
+    // may leave the voice past the loop's end, held on the guard; the next one wraps.
+    PlayerRig far(SampleModule(std::vector<int16_t>(300, 500), 1, 0, 300));
+    MixVoice* v = ArmVoice(&far, 324, 2790852218u);
+    std::vector<float> out(2 * 3);
+    MixChunk(far.player->voices, out.data(), 3);
+    EXPECT_EQ(out[4], 500.0f);
+    EXPECT_EQ(v->position, 973);
+    MixChunk(far.player->voices, out.data(), 1);
+    EXPECT_EQ(v->position, 398);
 }
 
 TEST(Mixer, BackwardPassesCountFramesWithTheForwardStep) {
