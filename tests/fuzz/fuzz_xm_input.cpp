@@ -1,7 +1,8 @@
 // One fuzz input: load through the memory source, then walk the module or render
-// slices, checking what the player relies on.
+// slices through the player and the mixer, checking what the player relies on.
 #include "tests/fuzz/fuzz_xm_input.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -43,26 +44,37 @@ uint32_t ModuleWalk(const XmModule* m) {
     return sum;
 }
 
+// Loads data as a module image through the memory source.
+int Load(const uint8_t* data, size_t size, XmModule* module) {
+    MusicSource source;
+    MusicSourceOpen(&source, data, static_cast<uint32_t>(size), kMusicSourceMemory);
+    const char* reason = nullptr;
+    const int loaded = LoadXmModule(module, &source, &reason);
+    MusicSourceClose(&source);
+    Check(loaded || (reason && reason[0]), "a refusal says why");
+    return loaded;
+}
+
 }  // namespace
 
 void FuzzXmModule(const uint8_t* data, size_t size) {
-    if (size > UINT32_MAX) return;
-    const char* reason = nullptr;
-    if (!MusicRenderOpen(data, static_cast<uint32_t>(size), kMusicSourceMemory, &reason)) return;
-    const XmPlayer* p = MusicPlayerState();
-    const XmModule* m = p->module;
+    static XmModule m;
+    static XmPlayer p;  // large: the voices live in it
+    static float mix[2 * kMusicSliceFrames];
+    if (size > UINT32_MAX || !Load(data, size, &m)) return;
+    XmPlayerReset(&p, &m);
     uint32_t ticks = 0;
     for (int i = 0; i < kFuzzSlices && ticks < kFuzzTicks; ++i) {
-        RenderSlice();
+        std::fill(mix, mix + 2 * kMusicSliceFrames, 0.0f);
+        XmPlayerRender(&p, mix, kMusicSliceFrames);
         // Jumps, breaks and the end of the song lead inside it, to 0 or to the restart
         // position (which may lie beyond it).
-        Check(p->order < m->songLength || p->order == 0 || p->order == m->restartPosition,
+        Check(p.order < m.songLength || p.order == 0 || p.order == m.restartPosition,
               "order inside the song, 0 or the restart position");
-        Check(p->globalVolume <= 64, "global volume 0..64");
-        Check(p->samplesPerTick > 0, "a tick has frames");
-        ticks += kMusicSliceFrames / p->samplesPerTick + 1;
-        for (int v = 0; v < kMixActiveVoices; ++v) {
-            const MixVoice& voice = p->voices[v];
+        Check(p.globalVolume <= 64, "global volume 0..64");
+        Check(p.samplesPerTick > 0, "a tick has frames");
+        ticks += kMusicSliceFrames / p.samplesPerTick + 1;
+        for (const MixVoice& voice : p.voices) {
             if (!voice.sample) continue;
             // A pass may end past its loop or sample (frames are counted with the 8.24
             // step), but never by more than one chunk's travel: 884 frames of at most
@@ -72,21 +84,16 @@ void FuzzXmModule(const uint8_t* data, size_t size) {
                   "voice position within a chunk's travel of its sample");
         }
     }
-    MusicRenderClose();
+    // The conversion to 16 bits keeps no state: the last slice is enough.
+    static int16_t pcm[2 * kMusicSliceFrames];
+    MusicConvert(mix, pcm, 2 * kMusicSliceFrames);
+    XmModuleFree(&m);
 }
 
 void FuzzXmLoad(const uint8_t* data, size_t size) {
-    if (size > UINT32_MAX) return;
-    MusicSource source;
-    MusicSourceOpen(&source, data, static_cast<uint32_t>(size), kMusicSourceMemory);
     XmModule module;
-    const char* reason = nullptr;
-    if (LoadXmModule(&module, &source, &reason)) {
-        volatile uint32_t sum = ModuleWalk(&module);
-        (void)sum;
-        XmModuleFree(&module);
-    } else {
-        Check(reason && reason[0], "a refusal says why");
-    }
-    MusicSourceClose(&source);
+    if (size > UINT32_MAX || !Load(data, size, &module)) return;
+    volatile uint32_t sum = ModuleWalk(&module);
+    (void)sum;
+    XmModuleFree(&module);
 }
