@@ -37,7 +37,7 @@ std::vector<int> EnvelopeVolumes(const XmWriterModule& m, int ticks) {
 }
 }  // namespace
 
-TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffAndLoop) {
+TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffLoopAndWrap) {
     //                tick: 0   1   2   3   4   5   6 (key off)  7   8  9  10 11
     const std::vector<int> held = {64, 56, 48, 40, 32, 32, 32, 24, 16, 8, 0, 0};
     EXPECT_EQ(EnvelopeVolumes(EnvelopeModule(1 | 2, 0), 12), held);
@@ -45,14 +45,11 @@ TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffAndLoop) {
     // loops from the start while the key is held and after it is released.
     const std::vector<int> looped = {64, 56, 48, 40, 64, 56, 48, 40, 64, 56};
     EXPECT_EQ(EnvelopeVolumes(EnvelopeModule(1 | 2 | 4, 1), 10), looped);
-}
-
-TEST(XmPlayer, EnvelopeValuesBeyond64StayAndWrapIn32Bits) {
-    // 40000 x 65536 and the step toward 0 both wrap in the 16.16 value, which gives
-    // the output on every tick that does not end the envelope.
-    XmWriterModule m = EnvelopeModule(1, 0);
-    m.instruments[0].volumeEnvelope.points = {{0, 40000}, {2, 0}};
-    EXPECT_EQ(EnvelopeVolumes(m, 4), (std::vector<int>{-25536, -12768, 0, 0}));
+    // Values beyond 64 stay: 40000 x 65536 and the step toward 0 wrap in the 16.16
+    // value, which gives the output on every tick that does not end the envelope.
+    XmWriterModule large = EnvelopeModule(1, 0);
+    large.instruments[0].volumeEnvelope.points = {{0, 40000}, {2, 0}};
+    EXPECT_EQ(EnvelopeVolumes(large, 4), (std::vector<int>{-25536, -12768, 0, 0}));
 }
 
 TEST(XmPlayer, KeyOffCutsWithoutEnvelopeAndFadesWithOne) {
