@@ -217,8 +217,8 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const
         const size_t values = static_cast<size_t>(headers[i].length) + 2 * kSamplePad;
         uint8_t* block = static_cast<uint8_t*>(std::calloc(1, sizeof(XmSample) + values * 2));
         if (!block) {
-            *reason = Reason("instrument %u, sample %d: out of memory for %zu bytes", number, i + 1,
-                             sizeof(XmSample) + values * 2);
+            *reason = Reason("instrument %u, sample %d: out of memory for %llu bytes", number,
+                             i + 1, static_cast<unsigned long long>(sizeof(XmSample) + values * 2));
             return 0;
         }
         XmSample* s = reinterpret_cast<XmSample*>(block);
@@ -297,7 +297,8 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
     void* tables = std::calloc(1, tableBytes ? tableBytes : 1);
     if (!tables)
         return Refuse(module, reason,
-                      Reason("out of memory for the tables (%zu bytes)", tableBytes));
+                      Reason("out of memory for the tables (%llu bytes)",
+                             static_cast<unsigned long long>(tableBytes)));
     module->patterns = static_cast<XmPattern*>(tables);
     module->instruments = reinterpret_cast<XmInstrument*>(module->patterns + patternCount);
     module->patternCount = static_cast<uint16_t>(patternCount);
