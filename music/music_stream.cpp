@@ -47,7 +47,9 @@ int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** rea
     if (MusicSourceOpen(&gSource, source, size, kind)) {
         loaded = LoadXmModule(&gModule, &gSource, reason);
     } else if (reason) {
-        *reason = "cannot open the module";
+        *reason = kind == kMusicSourceMemory     ? "no module: the memory image is null"
+                  : kind == kMusicSourceResource ? "no module: the resource cannot be found"
+                                                 : "the module file cannot be opened";
     }
     MusicSourceClose(&gSource);
     if (!loaded) return 0;
