@@ -72,7 +72,7 @@ function rates(lines) {
   };
 }
 
-test("a click on the start card starts picture and sound; Escape ends both", async () => {
+test("a click on the start card starts picture and sound; F toggles full screen; Escape ends both", async () => {
   const browser = await launchChromium();
   try {
     const { page, log } = await openPage(browser);
@@ -100,6 +100,12 @@ test("a click on the start card starts picture and sound; Escape ends both", asy
     assert.ok(load < 0.9, `the page keeps a core busy (${(100 * load).toFixed(0)} %)`);
     assert.ok(distinctColours(shown) >= 64, `only ${distinctColours(shown)} colours`);
     assert.ok(glyphOutline(shown) >= 100, "no scroller glyphs at the bottom");
+
+    const fullscreen = () => page.evaluate(() => document.fullscreenElement?.id || "");
+    await page.keyboard.press("f");
+    await waitFor(async () => (await fullscreen()) == "stage", "F to go full screen", 10000);
+    await page.keyboard.press("f");
+    await waitFor(async () => (await fullscreen()) == "", "F to leave full screen", 10000);
 
     await page.keyboard.down("Escape");
     await sleep(200);
