@@ -1,6 +1,7 @@
 // The web build in real headless Chromium: the start card and a real click, picture,
-// pace, sound and Escape; ?autostart with an output that is not 44100 Hz; the page's
-// message when the wasm is missing; and frames identical to capture's, one per scene.
+// pace, sound, full screen and Escape; ?autostart with an output that is not 44100 Hz;
+// a browser without Web Audio; the page's message when the wasm is missing; and frames
+// identical to capture's, one per scene.
 // Needs build/web (make web) and build/release's capture (make build).
 import assert from "node:assert/strict";
 import { execFile } from "node:child_process";
@@ -144,6 +145,27 @@ test("?autostart needs no click, and a 48000-Hz output keeps the tempo", async (
     assert.ok(Math.abs(pace - 1) < 0.04, `the ring plays at ${pace} of its speed`);
     assert.ok(measured.rms > 100, `the music is silent (rms ${measured.rms})`);
     assert.ok(measured.frames >= 25, `frames a second: ${measured.frames}`);
+    assert.deepEqual(log.errors, []);
+  } finally {
+    await browser.close();
+  }
+});
+
+test("without Web Audio the show runs silent, saying so once", async () => {
+  const browser = await launchChromium();
+  try {
+    const { page, log } = await openPage(browser);
+    await page.evaluateOnNewDocument(() => {
+      delete window.AudioContext;
+      delete window.webkitAudioContext;
+    });
+    await page.goto(`${site.url}/index.html?autostart`);
+    await waitFor(() => reports(log).length >= 3, "three seconds of reports", 120000);
+    const said = log.lines.filter((l) => /no Web Audio/.test(l.text));
+    assert.equal(said.length, 1, "one console line about the missing sound");
+    const measured = rates(reports(log));
+    assert.ok(measured.frames >= 25, `frames a second: ${measured.frames}`);
+    assert.equal(measured.slices, 0);
     assert.deepEqual(log.errors, []);
   } finally {
     await browser.close();
