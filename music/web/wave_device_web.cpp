@@ -73,7 +73,13 @@ EM_JS(void, WebAudioConnect, (int frames), {
     var audio = Module.invitroAudio;
     if (!audio || audio.node) return;
     var context = audio.context;
-    var node = context.createScriptProcessor(frames, 0, 2);
+    var node;
+    try {
+        node = context.createScriptProcessor(frames, 0, 2);
+    } catch (e) {
+        console.log("invitro: no sound output (" + e + "); the show runs silent");
+        return;
+    }
     node.onaudioprocess = function(e) {
         var out = e.outputBuffer;
         var n = out.length;
