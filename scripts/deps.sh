@@ -8,7 +8,7 @@ packages_of() {
   case "$1" in
     build)    echo "cmake make g++ pkg-config libsdl2-dev libgtest-dev googletest libbenchmark-dev libpng-dev" ;;
     windows)  echo "g++-mingw-w64-x86-64" ;;
-    web)      echo "emscripten python3" ;;
+    web)      echo "cmake make emscripten python3" ;;
     # npm often comes with a nodejs from elsewhere; Debian's package only when it does not.
     webtest)  echo "chromium"; command -v npm >/dev/null || echo "npm" ;;
     smoke)    echo "xvfb xdotool imagemagick x11-utils python3 wine wine64" ;;
