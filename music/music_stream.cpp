@@ -58,23 +58,26 @@ int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** rea
 }
 
 void StreamThreadMain() {
-    // The alive count was raised for this thread by StartMusic.
-    for (;;) {
-        const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
-        for (;;) {
-            WaveSleep(2);
-            if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
-            RenderSlice();
-            gRenderedSlice.store(
-                (gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
-                std::memory_order_relaxed);
-        }
-        if (gStopRequest.load()) break;
+    while (MusicStreamRefill()) {
     }
-    gThreadAlive.fetch_sub(1);
 }
 
 }  // namespace
+
+int MusicStreamRefill() {
+    // The alive count was raised for the stream by StartMusic.
+    const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
+    for (;;) {
+        WaveSleep(2);
+        if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
+        RenderSlice();
+        gRenderedSlice.store((gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
+                             std::memory_order_relaxed);
+    }
+    if (!gStopRequest.load()) return 1;
+    gThreadAlive.fetch_sub(1);
+    return 0;
+}
 
 uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
     return ((bytesPlayed / 4) % kMusicRingFrames) / kMusicSliceFrames;
