@@ -54,8 +54,10 @@ bench-web: web build
 	@scripts/deps.sh webtest
 	@bench/web/run
 
+# Every benchmark, then one summary table of their headline figures.
 bench: build
-	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] && "$$b" --benchmark_min_time=0.2; done
+	@scripts/deps.sh bench
+	@bench/run $(BUILD)
 
 asan:
 	@scripts/deps.sh build

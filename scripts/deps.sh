@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, when they are missing.
 # Usage: scripts/deps.sh GROUP...
-#   (groups: build, windows, web, webtest, smoke, tools, assets, sanitize, dist)
+#   (groups: build, windows, web, webtest, smoke, tools, assets, sanitize, dist, bench)
 set -euo pipefail
 
 packages_of() {
@@ -16,6 +16,7 @@ packages_of() {
     assets)   echo "libfreetype-dev fonts-dejavu-extra python3" ;;
     sanitize) echo "clang-14 libclang-rt-14-dev" ;;
     dist)     echo "zip unzip" ;;
+    bench)    echo "python3" ;;
     *) echo "deps.sh: unknown group '$1'" >&2; exit 2 ;;
   esac
 }

@@ -16,7 +16,18 @@
 #include "music/headless/wave_headless.h"
 
 int main(int argc, char** argv) {
-    const int cycles = argc > 1 ? std::max(1, std::atoi(argv[1])) : 1;
+    const int cycles = argc > 1 ? std::atoi(argv[1]) : 1;
+    if (argc > 2 || cycles < 1 || cycles > 100) {
+        std::fprintf(stderr,
+                     "usage: bench_frame [cycles]   (1 to 100 cycles of 115 s; 1 if none)\n");
+        return 2;
+    }
+    const int frames = cycles * 115000 / 25;
+    std::printf(
+        "bench_frame: the whole DemoFrame work (geometry, raster, overlay, present to a null "
+        "sink) per frame, %d frames (%d cycle%s of 115 s at 40 fps), one thread\n",
+        frames, cycles, cycles == 1 ? "" : "s");
+    std::fflush(stdout);
     HeadlessReset();
     HeadlessClockSet(1000);
     HeadlessWaveSetOpenFails(1);  // the music runs on its own thread in the intro
@@ -24,7 +35,6 @@ int main(int argc, char** argv) {
 
     std::vector<double> times[kSceneCount];
     std::vector<double> all;
-    const int frames = cycles * 115000 / 25;
     for (int n = 0; n < frames; ++n) {
         HeadlessClockSet(1000 + static_cast<uint32_t>(n) * 25);
         const auto start = std::chrono::steady_clock::now();
@@ -36,8 +46,6 @@ int main(int argc, char** argv) {
         all.push_back(ms);
     }
 
-    std::printf("DemoFrame work per frame, %d frames (%d cycle%s of 115 s at 40 fps)\n", frames,
-                cycles, cycles == 1 ? "" : "s");
     std::printf("%-8s %8s %10s %10s %10s\n", "scene", "frames", "median ms", "p99 ms", "worst ms");
     auto row = [](const char* name, std::vector<double> v) {
         std::sort(v.begin(), v.end());
