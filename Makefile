@@ -1,23 +1,25 @@
 # Two commands do all the set-up on a fresh Debian machine:
 #   make run    installs what is missing, builds and starts the intro
 #   make test   installs what is missing, builds and runs the test suite
-# and: make windows (cross-builds invitro.exe), make bench, make asan, make tsan,
-# make assets (regenerates assets/ from tools/assets/).
+# and: make windows (cross-builds invitro.exe), make web (the browser build in
+# build/web/), make serve (shows it on http://127.0.0.1:8000/), make web-test, make bench,
+# make bench-web, make asan, make tsan, make assets (regenerates assets/ from tools/assets/).
 
 PRESET ?= release
 BUILD := build/$(PRESET)
+PORT ?= 8000
+# cmake builds with make underneath; its directory changes are noise here.
+MAKEFLAGS += --no-print-directory
 
-.PHONY: run test build checksums windows bench asan tsan assets clean
+.PHONY: run test build checksums windows web serve web-test bench bench-web asan tsan assets dist clean
 
 build:
 	@scripts/deps.sh build
 	@cmake --preset $(PRESET) >/dev/null
 	@cmake --build --preset $(PRESET)
 
+# Without a display the intro itself says so, with the Xvfb line to use instead.
 run: build
-	@if [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
-	  echo "make run: there is no display (DISPLAY is not set). Start the intro from a desktop session,"; \
-	  echo "or under a virtual one: Xvfb :9 -screen 0 640x480x16 & DISPLAY=:9 make run"; exit 1; fi
 	@$(BUILD)/app/invitro
 
 test: build
@@ -33,8 +35,29 @@ windows:
 	@cmake --build --preset windows
 	@echo "built build/windows/app/invitro.exe"
 
+# The browser build: a static site of index.html, invitro.js and invitro.wasm.
+web:
+	@scripts/deps.sh web
+	@cmake --preset web >/dev/null
+	@cmake --build --preset web
+	@echo "built build/web/ (index.html, invitro.js, invitro.wasm); make serve shows it"
+
+serve: web
+	@echo "invitro: open http://127.0.0.1:$(PORT)/ in a browser (Ctrl-C stops the server)"
+	@python3 -m http.server $(PORT) --bind 127.0.0.1 --directory build/web
+
+web-test: web build
+	@scripts/deps.sh webtest
+	@tests/web/run
+
+bench-web: web build
+	@scripts/deps.sh webtest
+	@bench/web/run
+
+# Every benchmark, then one summary table of their headline figures.
 bench: build
-	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] && "$$b" --benchmark_min_time=0.2; done
+	@scripts/deps.sh bench
+	@bench/run $(BUILD)
 
 asan:
 	@scripts/deps.sh build

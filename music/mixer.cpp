@@ -9,10 +9,6 @@
 
 namespace {
 
-// The step's frequency is limited to 11289599 Hz, an integer step of at most 255
-// samples a frame, so that the frames-to-end computation (step in 8.24 fixed point,
-// 32 bits) holds and no pass can reach past a sample. No note comes near it.
-constexpr int32_t kStepFrequencyMax = 256 * kMixRate - 1;
 constexpr int32_t kStepFrequencyMin = 100;
 
 int32_t Clamp(int64_t v, int64_t low, int64_t high) {
@@ -35,7 +31,7 @@ void MixVoiceInit(MixVoice* voice, int32_t index) {
 void MixVoiceSetFrequency(MixVoice* voice, int32_t frequency) {
     voice->frequency = frequency;
     const uint32_t f =
-        static_cast<uint32_t>(Clamp(frequency, kStepFrequencyMin, kStepFrequencyMax));
+        static_cast<uint32_t>(frequency < kStepFrequencyMin ? kStepFrequencyMin : frequency);
     voice->stepInteger = f / kMixRate;
     // Deliberate: the integer part rides in the low word of the dividend; harmless.
     const uint64_t dividend = (static_cast<uint64_t>(f % kMixRate) << 32) + voice->stepInteger;
@@ -46,7 +42,7 @@ void UpdateVoice(XmChannel* channel, const XmSample* sample, XmPlayer* player) {
     MixVoice* v = channel->voice;
     if (!v) return;
     uint8_t flags = channel->flags;
-    const int64_t period = static_cast<int64_t>(channel->period) + channel->periodShift;
+    const int32_t period = XmWrap32(int64_t{channel->period} + channel->periodShift);
     if (period == 0) flags &= ~kChangeFrequency;
 
     if (flags & kChangeNewNote) {
@@ -74,30 +70,36 @@ void UpdateVoice(XmChannel* channel, const XmSample* sample, XmPlayer* player) {
         const double volume = static_cast<double>(channel->volume + channel->volumeShift) *
                               channel->envelopeVolume * channel->fadeoutVolume *
                               player->globalVolume * 255.0 / 34359738368.0;
-        v->volume = v->volumeCopy = Clamp(std::llrint(volume), -(1 << 22), 1 << 22);
+        v->volume = v->volumeCopy = static_cast<int32_t>(std::llrint(volume));
         VoiceSetTargets(v);
     }
 
     if (flags & kChangePanning) {
-        const int64_t p = channel->panning;
-        const int64_t e = channel->envelopePanning;
-        const int64_t mirrored = 128 - (p > 128 ? p - 128 : 128 - p);
-        v->panning = Clamp(p + mirrored / 32 * (e - 32), 0, 255);
+        // In 32 bits like the rest of the player: slides may have left P far outside.
+        const int32_t p = channel->panning;
+        const int32_t offset = XmWrap32(int64_t{p} - 128);
+        const int32_t distance = offset < 0 ? XmWrap32(-int64_t{offset}) : offset;
+        const int32_t mirrored = XmWrap32(128 - int64_t{distance});
+        const int32_t swing =
+            XmWrap32(int64_t{mirrored / 32} * XmWrap32(int64_t{channel->envelopePanning} - 32));
+        v->panning = Clamp(XmWrap32(int64_t{p} + swing), 0, 255);
         VoiceSetTargets(v);
     }
 
     if (flags & kChangeFrequency) {
-        int64_t frequency;
+        int32_t frequency;
         if (player->module->flags & kXmLinearFrequencies) {
             const double exponent =
                 ((4608.0 - channel->period + channel->periodShift) / 64.0) / 12.0;
-            const double hz = 13.375 * std::exp2(exponent) * 625.27106;
-            frequency = hz < 2147483647.0 ? std::llrint(hz) : 2147483647;
+            const double hz = std::nearbyint(13.375 * std::exp2(exponent) * 625.27106);
+            // A rate no 32-bit integer holds converts as the FPU does, to 0x80000000:
+            // then it plays at the lowest rate.
+            frequency = hz < 2147483648.0 ? static_cast<int32_t>(hz) : INT32_MIN;
         } else {
             // Deliberate: 14317056 exactly, not 8363 x 1712.
-            frequency = 14317056 / period;
+            frequency = XmWrap32(int64_t{14317056} / period);
         }
-        MixVoiceSetFrequency(v, Clamp(frequency, INT32_MIN, INT32_MAX));
+        MixVoiceSetFrequency(v, frequency);
     }
 
     if (flags & kChangeRestart) {
@@ -111,18 +113,26 @@ namespace {
 
 // Mixes frames of one voice; the position moves by delta a frame. Ramped, the gains
 // move by their steps after each frame. The fraction is scaled before the
-// multiplication (by a power of two: the same sum).
-template <bool kRamped>
-int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float* left, float* right,
-                  float stepLeft, float stepRight, float* out, uint32_t frames) {
+// multiplication (by a power of two: the same sum). kHeld holds each read inside the
+// data (0..last, the guard included): only a pass that would leave it takes that path.
+template <bool kRamped, bool kHeld>
+int64_t MixFrames(const int16_t* data, int64_t last, int64_t position, int64_t delta, float* left,
+                  float* right, float stepLeft, float stepRight, float* out, uint32_t frames) {
     constexpr float kFractionScale = 1.0f / 2147483648.0f;
     float gl = *left, gr = *right;
     for (float* const end = out + 2 * static_cast<size_t>(frames); out != end; out += 2) {
-        const int16_t* s = data + (position >> 32);
+        const int64_t i = position >> 32;
+        float s0, s1;
+        if (kHeld) {
+            s0 = data[i < 0 ? 0 : i > last ? last : i];
+            s1 = data[i + 1 < 0 ? 0 : i + 1 > last ? last : i + 1];
+        } else {
+            s0 = data[i];
+            s1 = data[i + 1];
+        }
         const float fraction =
             static_cast<float>(static_cast<uint32_t>(position) >> 1) * kFractionScale;
-        const float s0 = s[0];
-        const float value = s0 + (static_cast<float>(s[1]) - s0) * fraction;
+        const float value = s0 + (s1 - s0) * fraction;
         out[0] += value * gl;
         out[1] += value * gr;
         if (kRamped) {
@@ -134,6 +144,21 @@ int64_t MixFrames(const int16_t* data, int64_t position, int64_t delta, float* l
     *left = gl;
     *right = gr;
     return position;
+}
+
+template <bool kRamped>
+int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left, float* right,
+                float stepLeft, float stepRight, float* out, uint32_t frames) {
+    if (frames == 0) return position;
+    // The samples the pass reads lie between its first and last frame's, plus one.
+    const int64_t last = position + static_cast<int64_t>(frames - 1) * delta;
+    const int64_t low = (delta < 0 ? last : position) >> 32;
+    const int64_t high = ((delta < 0 ? position : last) >> 32) + 1;
+    if (low >= 0 && high <= s->length)
+        return MixFrames<kRamped, false>(s->data, s->length, position, delta, left, right, stepLeft,
+                                         stepRight, out, frames);
+    return MixFrames<kRamped, true>(s->data, s->length, position, delta, left, right, stepLeft,
+                                    stepRight, out, frames);
 }
 
 // Brings a position that ran out of a ping-pong loop back inside, turning at each edge.
@@ -173,22 +198,21 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
             static_cast<uint64_t>(~v->stepInteger) << 32 | static_cast<uint32_t>(-v->stepFraction);
         const int64_t delta = static_cast<int64_t>(v->direction ? backward : step);
 
-        // 1-2: frames to the end of the sample or loop, in whole frames.
+        // 1-2: frames to the end of the sample or loop, in whole frames, counted with
+        // the stored step in 8.24 (32 bits: larger steps wrap) in both directions. A
+        // pass may therefore run past its end (backward by a sample a frame when the
+        // fraction is 0, or far past with a wrapped step); the end rules bring it back.
         uint32_t n = frames - done;
         int reachesEnd = 0;
         int64_t distance;
-        uint64_t step24;
         if (v->direction == 0) {
             const int64_t end =
                 position >= loopEnd ? static_cast<int64_t>(s->length) << 32 : loopEnd;
             distance = end - position;
-            step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
         } else {
             distance = position - loopStart;
-            // The frames are counted with the step actually taken backward, so that a
-            // pass never runs over the loop start by more than a fraction of a sample.
-            step24 = static_cast<uint64_t>(-delta) >> 8;
         }
+        uint64_t step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
         if (step24 == 0) step24 = 97391;
         if (distance < (int64_t{1} << 56)) {
             uint64_t toEnd = 0;
@@ -224,8 +248,7 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         if (ramping) {
             float gl = static_cast<float>(v->gainLeft) / 255.0f;
             float gr = static_cast<float>(v->gainRight) / 255.0f;
-            position = MixFrames<true>(s->data, position, delta, &gl, &gr, v->rampLeft,
-                                       v->rampRight, o, n);
+            position = MixPass<true>(s, position, delta, &gl, &gr, v->rampLeft, v->rampRight, o, n);
             // 5: the gains the ramp reached, then its end.
             v->gainLeft = static_cast<int32_t>(std::lrint(gl * 255.0f));
             v->gainRight = static_cast<int32_t>(std::lrint(gr * 255.0f));
@@ -238,7 +261,7 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         } else if (v->targetLeft != 0 || v->targetRight != 0) {
             float gl = static_cast<float>(v->targetLeft) / 255.0f;
             float gr = static_cast<float>(v->targetRight) / 255.0f;
-            position = MixFrames<false>(s->data, position, delta, &gl, &gr, 0.0f, 0.0f, o, n);
+            position = MixPass<false>(s, position, delta, &gl, &gr, 0.0f, 0.0f, o, n);
         } else {
             // Silent: the sums would not change, only the position moves.
             position += static_cast<int64_t>(static_cast<uint64_t>(delta) * n);
@@ -252,7 +275,7 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
                     const int64_t length = loopEnd - loopStart;
                     position -= ((position - loopEnd) / length + 1) * length;
                 }
-            } else if (s->loopType == 2) {
+            } else if (XmSampleLoopsBack(s)) {
                 PingPongReflect(v, &position, loopStart, loopEnd);
             } else {
                 v->sample = nullptr;

@@ -26,6 +26,12 @@ void StopMusic();
 // Renders the next slice of the ring and moves on to the one after it (mod 100).
 void RenderSlice();
 
+// One refill pass of the stream: renders every slice from the next one up to the one
+// the device is playing, with a pause before each look. Returns 1 to go on; 0 when a
+// stop was asked for, after catching up: the stream has then ended. The stream thread
+// repeats it; a platform without threads calls it from its device's callback.
+int MusicStreamRefill();
+
 // Where the song was at the end of the slice now being heard (the oldest in the
 // ring). Only the low 8 bits of the order and row results are meaningful: the upper
 // bits hold the fields that follow them (deliberate).

@@ -47,7 +47,9 @@ int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** rea
     if (MusicSourceOpen(&gSource, source, size, kind)) {
         loaded = LoadXmModule(&gModule, &gSource, reason);
     } else if (reason) {
-        *reason = "cannot open the module";
+        *reason = kind == kMusicSourceMemory     ? "no module: the memory image is null"
+                  : kind == kMusicSourceResource ? "no module: the resource cannot be found"
+                                                 : "the module file cannot be opened";
     }
     MusicSourceClose(&gSource);
     if (!loaded) return 0;
@@ -56,23 +58,26 @@ int MusicLoad(const void* source, uint32_t size, uint32_t kind, const char** rea
 }
 
 void StreamThreadMain() {
-    // The alive count was raised for this thread by StartMusic.
-    for (;;) {
-        const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
-        for (;;) {
-            WaveSleep(2);
-            if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
-            RenderSlice();
-            gRenderedSlice.store(
-                (gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
-                std::memory_order_relaxed);
-        }
-        if (gStopRequest.load()) break;
+    while (MusicStreamRefill()) {
     }
-    gThreadAlive.fetch_sub(1);
 }
 
 }  // namespace
+
+int MusicStreamRefill() {
+    // The alive count was raised for the stream by StartMusic.
+    const uint32_t playing = MusicPlayingSlice(WaveDevicePosition());
+    for (;;) {
+        WaveSleep(2);
+        if (gNextSlice.load(std::memory_order_relaxed) == playing) break;
+        RenderSlice();
+        gRenderedSlice.store((gRenderedSlice.load(std::memory_order_relaxed) + 1) % kMusicSlices,
+                             std::memory_order_relaxed);
+    }
+    if (!gStopRequest.load()) return 1;
+    gThreadAlive.fetch_sub(1);
+    return 0;
+}
 
 uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
     return ((bytesPlayed / 4) % kMusicRingFrames) / kMusicSliceFrames;

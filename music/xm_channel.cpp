@@ -2,12 +2,12 @@
 // tremor, tone portamento, auto-vibrato, instrument reset and the volume column.
 #include "music/xm_channel.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr int32_t kPeriodLimit = 1 << 30;
 
 int32_t Clamp(int32_t v, int32_t low, int32_t high) {
     return v < low ? low : v > high ? high : v;
@@ -21,7 +21,7 @@ int32_t SineValue(int8_t position) {
 // Panning moved by the volume column's slides: deliberately without limits here; the
 // voice update clamps the final panning.
 void PanningNudge(XmChannel* ch, int32_t delta) {
-    ch->panning += delta;
+    ch->panning = XmWrap32(int64_t{ch->panning} + delta);
     ch->flags |= kChangePanning;
 }
 
@@ -37,38 +37,50 @@ struct EnvelopeState {
 
 void EnvelopeTick(const XmEnvelopePoint* points, int count, int sustain, int loopStart, int loopEnd,
                   uint8_t type, uint8_t keyReleased, EnvelopeState e) {
+    // An envelope has room for 12 points; a count or loop start beyond them (kept as
+    // the file gave it) reaches no further than the last point that exists.
+    count = XmEnvelopePointsUsed(count);
+    const bool loops = (type & kXmEnvelopeLoop) && loopStart < kXmEnvelopePoints;
     int32_t point = *e.point;
     if (point < 0 || point >= count) {
         *e.done = 1;
         return;
     }
     if (*e.tick == points[point].tick) {
-        if ((type & kXmEnvelopeLoop) && point == loopEnd) {
+        if (loops && point == loopEnd) {
             point = loopStart;
             *e.tick = points[point].tick;
         }
         *e.output = points[point].value;
-        *e.value = points[point].value * 65536;
+        *e.value = XmWrap32(int64_t{points[point].value} * 65536);
         *e.point = point;
-        if (point >= count - 1) {
+        if (point >= count - 1) {  // the last point, or past it after a loop jump
             *e.done = 1;
             return;
         }
         if ((type & kXmEnvelopeSustain) && point == sustain && !keyReleased) return;
-        const int32_t ticks = points[point + 1].tick - points[point].tick;
-        const int32_t rise = (points[point + 1].value - points[point].value) * 65536;
-        *e.step = ticks == 0 ? 0 : rise / ticks;
+        *e.step = XmEnvelopeStep(points[point], points[point + 1]);
         *e.point = point + 1;
     } else {
         // Wrapping add: an envelope whose ticks run backwards never meets its next point.
-        *e.value =
-            static_cast<int32_t>(static_cast<uint32_t>(*e.value) + static_cast<uint32_t>(*e.step));
+        *e.value = XmWrap32(int64_t{*e.value} + *e.step);
     }
     *e.output = *e.value >> 16;
-    *e.tick += 1;
+    *e.tick = XmWrap32(int64_t{*e.tick} + 1);
 }
 
 }  // namespace
+
+int32_t XmEnvelopeStep(const XmEnvelopePoint& from, const XmEnvelopePoint& to) {
+    const int32_t ticks = to.tick - from.tick;
+    if (ticks == 0) return 0;
+    const int32_t rise = XmWrap32((int64_t{to.value} - from.value) * 65536);
+    return XmWrap32(int64_t{rise} / ticks);  // 64-bit: -2^31 / -1 wraps instead of trapping
+}
+
+int XmEnvelopePointsUsed(int count) {
+    return count < kXmEnvelopePoints ? count : kXmEnvelopePoints;
+}
 
 int32_t XmAmigaPeriod(int32_t realNote, int32_t finetune) {
     auto f = [](int32_t n) {
@@ -91,7 +103,7 @@ uint32_t XmSamplesPerTick(uint32_t bpm) {
 }
 
 void XmPeriodAdd(XmChannel* ch, int32_t delta) {
-    ch->period = Clamp(ch->period + delta, -kPeriodLimit, kPeriodLimit);
+    ch->period = XmWrap32(int64_t{ch->period} + delta);
 }
 
 void XmInstrumentReset(XmChannel* ch, const XmSample* sample) {
@@ -266,14 +278,13 @@ void XmTremorStep(XmChannel* ch) {
 
 void XmTonePortamentoStep(XmChannel* ch) {
     ch->flags |= kChangeFrequency;
-    const int32_t speed = ch->portamentoSpeed * 4;
-    if (ch->period < ch->portamentoTarget) {
-        ch->period =
-            ch->period + speed > ch->portamentoTarget ? ch->portamentoTarget : ch->period + speed;
-    } else if (ch->period > ch->portamentoTarget) {
-        ch->period =
-            ch->period - speed < ch->portamentoTarget ? ch->portamentoTarget : ch->period - speed;
-    }
+    // In 64 bits: a period that slid far (it wraps in 32) cannot overflow the step.
+    const int64_t speed = ch->portamentoSpeed * 4;
+    const int64_t period = ch->period, target = ch->portamentoTarget;
+    if (period < target)
+        ch->period = static_cast<int32_t>(std::min(period + speed, target));
+    else if (period > target)
+        ch->period = static_cast<int32_t>(std::max(period - speed, target));
 }
 
 void XmAutoVibratoStep(XmChannel* ch, const XmInstrument* in) {

@@ -42,6 +42,9 @@ void XmTremoloStep(XmChannel* ch);
 void XmTremorStep(XmChannel* ch);
 void XmTonePortamentoStep(XmChannel* ch);
 void XmAutoVibratoStep(XmChannel* ch, const XmInstrument* in);
-// Adds to the period, held within +-2^30 so that endless slides cannot overflow (far
-// beyond anything audible: both tables reach their frequency limits long before).
+// Adds to the period in 32 bits: an endless slide wraps as the player's field does.
 void XmPeriodAdd(XmChannel* ch, int32_t delta);
+// The 16.16 envelope step from one point toward the next (0 when their ticks agree).
+int32_t XmEnvelopeStep(const XmEnvelopePoint& from, const XmEnvelopePoint& to);
+// The points an envelope of count points can use: at most the 12 it has room for.
+int XmEnvelopePointsUsed(int count);

@@ -1,5 +1,7 @@
 // The effect column: what each effect type does on the first tick of a row and on the
 // later ticks, as two tables indexed by the effect type.
+#include <algorithm>
+
 #include "music/xm_channel.h"
 
 namespace {
@@ -181,7 +183,7 @@ void SetEnvelopePosition(Context* c) {
     const XmInstrument* in = c->instrument;
     XmChannel* ch = c->channel;
     if (!(in->volumeType & kXmEnvelopeOn)) return;
-    const int32_t count = in->volumePoints;
+    const int32_t count = XmEnvelopePointsUsed(in->volumePoints);
     const int32_t position = Parameter(c);
     const XmEnvelopePoint* points = in->volumeEnvelope;
     int32_t i = 0;
@@ -193,14 +195,11 @@ void SetEnvelopePosition(Context* c) {
         ch->volumeEnvelopeDone = 1;
         return;
     }
-    const int32_t ticks = points[i + 1].tick - points[i].tick;
-    const int32_t rise = (points[i + 1].value - points[i].value) * 65536;
     ch->volumeEnvelopeTick = position;
-    ch->volumeEnvelopeStep = ticks == 0 ? 0 : rise / ticks;
+    ch->volumeEnvelopeStep = XmEnvelopeStep(points[i], points[i + 1]);
     ch->volumeEnvelopePoint = i + 1;
-    const int64_t value = int64_t{points[i].value} * 65536 +
-                          int64_t{position - points[i].tick} * ch->volumeEnvelopeStep;
-    ch->volumeEnvelopeValue = static_cast<int32_t>(static_cast<uint32_t>(value));
+    ch->volumeEnvelopeValue = XmWrap32(int64_t{points[i].value} * 65536 +
+                                       int64_t{position - points[i].tick} * ch->volumeEnvelopeStep);
 }
 
 void PanningSlideFirst(Context* c) {
@@ -347,9 +346,9 @@ void PanningSlide(Context* c) {
     XmChannel* ch = c->channel;
     const int32_t m = ch->panningSlideMemory;
     if (m >> 4)
-        ch->panning = ch->panning + (m >> 4) > 255 ? 255 : ch->panning + (m >> 4);
+        ch->panning = static_cast<int32_t>(std::min<int64_t>(int64_t{ch->panning} + (m >> 4), 255));
     else if (m & 15)
-        ch->panning = ch->panning - (m & 15) < 0 ? 0 : ch->panning - (m & 15);
+        ch->panning = static_cast<int32_t>(std::max<int64_t>(int64_t{ch->panning} - (m & 15), 0));
     ch->flags |= kChangePanning;
 }
 

@@ -1,6 +1,9 @@
 // XM loader: reads an Extended Module through a MusicSource into an XmModule.
-// Fields are decoded little-endian from byte buffers; every count is checked before
-// anything is allocated and a module the player cannot play is refused with a reason.
+// Fields are decoded little-endian from byte buffers and kept as the file gives them;
+// every count is checked before anything is allocated and a module the player cannot
+// play is refused with a reason that names the field, its value and where it is.
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -23,6 +26,17 @@ uint16_t Le16(const uint8_t* p) {
 uint32_t Le32(const uint8_t* p) {
     return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
            static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
+}
+
+// The last refusal's text: the loader runs on one thread at a time.
+char gReason[160];
+
+[[gnu::format(printf, 1, 2)]] const char* Reason(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(gReason, sizeof gReason, format, args);
+    va_end(args);
+    return gReason;
 }
 
 int Refuse(XmModule* module, const char** reason, const char* text) {
@@ -60,17 +74,6 @@ int PatternUnpack(MusicSource* source, XmNote* notes, uint32_t count) {
     return 1;
 }
 
-// Envelope limits the player relies on: at most 12 points, values 0..64, loop points
-// that exist. An envelope with fewer than 2 points is switched off.
-void EnvelopeCheck(XmEnvelopePoint* points, uint8_t* count, uint8_t loopStart, uint8_t loopEnd,
-                   uint8_t* type) {
-    if (*count > kXmEnvelopePoints) *count = kXmEnvelopePoints;
-    if (*count < 2) *type = 0;
-    for (int i = 0; i < kXmEnvelopePoints; ++i)
-        if (points[i].value > 64) points[i].value = 64;
-    if (loopStart >= *count || loopEnd >= *count) *type &= ~kXmEnvelopeLoop;
-}
-
 void InstrumentDecode(XmInstrument* in, const uint8_t* b) {
     in->sampleHeaderSize = Le32(b);
     std::memcpy(in->noteToSample, b + 4, 96);
@@ -93,10 +96,10 @@ void InstrumentDecode(XmInstrument* in, const uint8_t* b) {
     in->vibratoDepth = b[208];
     in->vibratoRate = b[209];
     in->fadeout = Le16(b + 210) * 2u;
-    EnvelopeCheck(in->volumeEnvelope, &in->volumePoints, in->volumeLoopStart, in->volumeLoopEnd,
-                  &in->volumeType);
-    EnvelopeCheck(in->panningEnvelope, &in->panningPoints, in->panningLoopStart, in->panningLoopEnd,
-                  &in->panningType);
+    // Points, counts and loop points stay as stored (the player keeps its reads inside
+    // the 12 points); an envelope of fewer than 2 points is off.
+    if (in->volumePoints < 2) in->volumeType = 0;
+    if (in->panningPoints < 2) in->panningType = 0;
 }
 
 // Converts a 40-byte sample header to samples and the loop rules the mixer follows.
@@ -111,9 +114,7 @@ uint32_t SampleHeaderDecode(XmSample* s, const uint8_t* b) {
     s->panning = b[15];
     s->relativeNote = static_cast<int8_t>(b[16]);
     s->is16Bit = (type >> 4) & 1;
-    s->loopType = type & 3;
-    // Loop type 3 is not a type of its own: bit 1 makes it ping-pong.
-    if (s->loopType == 3) s->loopType = 2;
+    s->loopType = type & 3;  // 3 plays as ping-pong (XmSampleLoopsBack)
     const uint32_t bytes = s->is16Bit ? (length >> 1) * 2 : length;
     if (s->is16Bit) {
         length >>= 1;
@@ -152,22 +153,29 @@ int SampleDataRead(MusicSource* source, XmSample* s, uint32_t bytes) {
         sum = static_cast<uint16_t>(sum + static_cast<uint16_t>(data[i]));
         data[i] = static_cast<int16_t>(sum);
     }
-    if (s->loopType == 2 && length > 0) data[length] = data[length - 1];
+    if (XmSampleLoopsBack(s) && length > 0) data[length] = data[length - 1];
     if (s->loopType == 1) data[length] = data[s->loopStart];
     return 1;
 }
 
-int InstrumentLoad(MusicSource* source, XmInstrument* in, const char** reason) {
+// Loads instrument number `number` (1-based, as trackers count them).
+int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const char** reason) {
     const int64_t start = source->position;
     uint8_t head[29];
     if (!ReadExact(source, head, sizeof head)) {
-        *reason = "truncated instrument header";
+        *reason = Reason("instrument %u: header cut off at byte %lld of %lld", number,
+                         static_cast<long long>(start), static_cast<long long>(source->size));
         return 0;
     }
     const uint32_t headerSize = Le32(head);
     const uint16_t count = Le16(head + 27);
     if (count > kXmSamplesPerInstrument) {
-        *reason = "instrument with more than 16 samples";
+        // A module that declares fewer patterns than it holds reads a pattern here.
+        const char* hint = headerSize == 9 ? "; its header size 9 is a pattern header's: "
+                                             "does the module declare too few patterns?"
+                                           : "";
+        *reason = Reason("instrument %u has %u samples (at most %d)%s", number, count,
+                         kXmSamplesPerInstrument, hint);
         return 0;
     }
     // The rest of the header is read whatever its size; bytes past the end stay zero.
@@ -182,19 +190,25 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, const char** reason) {
     uint64_t total = 0;
     for (int i = 0; i < count; ++i) {
         uint8_t b[40];
+        const int64_t at = source->position;
         if (!ReadExact(source, b, sizeof b)) {
-            *reason = "truncated sample header";
+            *reason =
+                Reason("instrument %u, sample %d: header cut off at byte %lld of %lld", number,
+                       i + 1, static_cast<long long>(at), static_cast<long long>(source->size));
             return 0;
         }
         bytes[i] = SampleHeaderDecode(&headers[i], b);
         if (headers[i].length > kXmMaxSampleLength || headers[i].length < 0) {
-            *reason = "sample longer than the player allows";
+            *reason = Reason("instrument %u, sample %d is %u samples long (at most %d)", number,
+                             i + 1, static_cast<uint32_t>(headers[i].length), kXmMaxSampleLength);
             return 0;
         }
         total += bytes[i];
     }
-    if (total > static_cast<uint64_t>(MusicSourceRemaining(source))) {
-        *reason = "truncated sample data";
+    const int64_t remaining = MusicSourceRemaining(source);
+    if (total > static_cast<uint64_t>(remaining)) {
+        *reason = Reason("instrument %u: %llu bytes of sample data, %lld left in the file", number,
+                         static_cast<unsigned long long>(total), static_cast<long long>(remaining));
         return 0;
     }
     in->sampleCount = count;
@@ -203,7 +217,8 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, const char** reason) {
         const size_t values = static_cast<size_t>(headers[i].length) + 2 * kSamplePad;
         uint8_t* block = static_cast<uint8_t*>(std::calloc(1, sizeof(XmSample) + values * 2));
         if (!block) {
-            *reason = "out of memory";
+            *reason = Reason("instrument %u, sample %d: out of memory for %llu bytes", number,
+                             i + 1, static_cast<unsigned long long>(sizeof(XmSample) + values * 2));
             return 0;
         }
         XmSample* s = reinterpret_cast<XmSample*>(block);
@@ -213,7 +228,7 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, const char** reason) {
     }
     for (int i = 0; i < count; ++i) {
         if (!SampleDataRead(source, in->samples[i], bytes[i])) {
-            *reason = "truncated sample data";
+            *reason = Reason("instrument %u, sample %d: data cut off", number, i + 1);
             return 0;
         }
     }
@@ -233,9 +248,15 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
     *module = XmModule{};
     uint8_t h[336];
     const uint32_t got = MusicSourceRead(source, h, sizeof h);
-    if (got < 4 || std::memcmp(h, "Exte", 4) != 0)
-        return Refuse(module, reason, "not an XM module");
-    if (got < sizeof h) return Refuse(module, reason, "truncated module header");
+    if (got < 4 || std::memcmp(h, "Exte", 4) != 0) {
+        char id[5] = {};
+        for (uint32_t i = 0; i < 4; ++i)
+            id[i] = i >= got ? '.' : h[i] >= 0x20 && h[i] < 0x7F ? static_cast<char>(h[i]) : '?';
+        return Refuse(module, reason,
+                      Reason("not an XM module: it begins \"%s\", not \"Exte\"", id));
+    }
+    if (got < sizeof h)
+        return Refuse(module, reason, Reason("module header cut off: %u of 336 bytes", got));
 
     const uint32_t headerSize = Le32(h + 60);
     module->songLength = Le16(h + 64);
@@ -248,28 +269,36 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
     module->defaultBpm = Le16(h + 78);
     std::memcpy(module->orders, h + 80, 256);
 
-    if (module->channels > kXmMaxChannels) return Refuse(module, reason, "more than 32 channels");
-    if (module->channels == 0) return Refuse(module, reason, "no channels");
-    if (filePatterns > kXmMaxPatterns) return Refuse(module, reason, "more than 256 patterns");
+    if (module->channels > kXmMaxChannels || module->channels == 0)
+        return Refuse(
+            module, reason,
+            Reason("the module has %u channels (1 to %d)", module->channels, kXmMaxChannels));
+    if (filePatterns > kXmMaxPatterns)
+        return Refuse(
+            module, reason,
+            Reason("the module has %u patterns (at most %d)", filePatterns, kXmMaxPatterns));
     if (module->instrumentCount > kXmMaxInstruments)
-        return Refuse(module, reason, "more than 128 instruments");
-    // The order table has 256 entries and a song plays at least one of them; a restart
-    // position outside the song restarts at its beginning.
-    if (module->songLength > 256) module->songLength = 256;
-    if (module->songLength == 0) module->songLength = 1;
-    if (module->restartPosition >= module->songLength) module->restartPosition = 0;
+        return Refuse(module, reason,
+                      Reason("the module has %u instruments (at most %d)", module->instrumentCount,
+                             kXmMaxInstruments));
 
     MusicSourceSeek(source, 60 + static_cast<int64_t>(headerSize), 0);
 
+    // The song length and restart position stay as read; the order table has 256
+    // entries, and the player reads none beyond them.
     uint32_t referenced = 0;
-    for (int i = 0; i < module->songLength; ++i)
+    for (int i = 0; i < module->songLength && i < kXmOrders; ++i)
         if (module->orders[i] + 1u > referenced) referenced = module->orders[i] + 1u;
     const uint32_t patternCount = filePatterns > referenced ? filePatterns : referenced;
 
     const size_t tableBytes =
         patternCount * sizeof(XmPattern) + module->instrumentCount * sizeof(XmInstrument);
-    void* tables = std::calloc(1, tableBytes);
-    if (!tables) return Refuse(module, reason, "out of memory");
+    // At least one byte: a module of no patterns and no instruments has tables too.
+    void* tables = std::calloc(1, tableBytes ? tableBytes : 1);
+    if (!tables)
+        return Refuse(module, reason,
+                      Reason("out of memory for the tables (%llu bytes)",
+                             static_cast<unsigned long long>(tableBytes)));
     module->patterns = static_cast<XmPattern*>(tables);
     module->instruments = reinterpret_cast<XmInstrument*>(module->patterns + patternCount);
     module->patternCount = static_cast<uint16_t>(patternCount);
@@ -277,34 +306,49 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
     const uint32_t channels = module->channels;
     for (uint32_t p = 0; p < filePatterns; ++p) {
         uint8_t ph[9];
+        const int64_t at = source->position;
         if (!ReadExact(source, ph, sizeof ph))
-            return Refuse(module, reason, "truncated pattern header");
+            return Refuse(module, reason,
+                          Reason("pattern %u: header cut off at byte %lld of %lld", p,
+                                 static_cast<long long>(at), static_cast<long long>(source->size)));
         XmPattern* pattern = module->patterns + p;
         const uint16_t rows = Le16(ph + 5);
         pattern->packedSize = Le16(ph + 7);
-        if (rows > kXmMaxRows) return Refuse(module, reason, "pattern with more than 256 rows");
+        if (rows > kXmMaxRows)
+            return Refuse(module, reason,
+                          Reason("pattern %u has %u rows (at most %d)", p, rows, kXmMaxRows));
+        // No row would read the data: what follows could not be found.
+        if (rows == 0 && pattern->packedSize != 0)
+            return Refuse(module, reason,
+                          Reason("pattern %u has 0 rows but %u bytes of packed data", p,
+                                 pattern->packedSize));
         const uint32_t notes = rows * channels;
         // Every note takes at least one byte of packed data.
-        if (pattern->packedSize != 0 && notes > MusicSourceRemaining(source))
-            return Refuse(module, reason, "truncated pattern data");
+        const int64_t remaining = MusicSourceRemaining(source);
+        if (pattern->packedSize != 0 && notes > remaining)
+            return Refuse(module, reason,
+                          Reason("pattern %u: %u notes, only %lld bytes left in the file", p, notes,
+                                 static_cast<long long>(remaining)));
         if (notes) {
             pattern->notes = static_cast<XmNote*>(std::calloc(notes, sizeof(XmNote)));
-            if (!pattern->notes) return Refuse(module, reason, "out of memory");
+            if (!pattern->notes)
+                return Refuse(module, reason, Reason("pattern %u: out of memory", p));
         }
         pattern->rows = rows;
         if (pattern->packedSize != 0 && !PatternUnpack(source, pattern->notes, notes))
-            return Refuse(module, reason, "truncated pattern data");
+            return Refuse(module, reason,
+                          Reason("pattern %u: packed data cut off at the end of the file", p));
     }
     for (uint32_t p = filePatterns; p < patternCount; ++p) {
         XmPattern* pattern = module->patterns + p;
         pattern->notes = static_cast<XmNote*>(std::calloc(64 * channels, sizeof(XmNote)));
-        if (!pattern->notes) return Refuse(module, reason, "out of memory");
+        if (!pattern->notes) return Refuse(module, reason, Reason("pattern %u: out of memory", p));
         pattern->rows = 64;
     }
 
     for (uint32_t i = 0; i < module->instrumentCount; ++i) {
         const char* why = nullptr;
-        if (!InstrumentLoad(source, module->instruments + i, &why))
+        if (!InstrumentLoad(source, module->instruments + i, i + 1, &why))
             return Refuse(module, reason, why);
     }
     return 1;

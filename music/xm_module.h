@@ -9,6 +9,7 @@ constexpr int kXmMaxChannels = 32;
 constexpr int kXmMaxPatterns = 256;
 constexpr int kXmMaxInstruments = 128;
 constexpr int kXmMaxRows = 256;
+constexpr int kXmOrders = 256;  // entries of the order table
 constexpr int kXmSamplesPerInstrument = 16;
 constexpr int kXmEnvelopePoints = 12;
 constexpr int32_t kXmMaxSampleLength = 1 << 28;  // samples; longer ones are refused
@@ -42,7 +43,7 @@ struct XmSample {
     uint8_t is16Bit;  // 1 when the file held 16-bit data
     uint8_t panning;
     int8_t relativeNote;
-    uint8_t loopType;  // 0 none, 1 forward, 2 ping-pong
+    uint8_t loopType;  // 0 none, 1 forward, 2 ping-pong (3 as the file gave it)
     int16_t* data;     // length samples, the guard sample at data[length], zeros around
 };
 
@@ -86,21 +87,28 @@ constexpr uint16_t kXmLinearFrequencies = 0x0001;
 struct XmModule {
     XmPattern* patterns;        // patternCount entries
     XmInstrument* instruments;  // instrumentCount entries (one allocation with patterns)
-    uint16_t songLength;
-    uint16_t restartPosition;
+    uint16_t songLength;        // as read: 0 and more than 256 included
+    uint16_t restartPosition;   // as read: may lie beyond the song and the table
     uint16_t channels;
     uint16_t patternCount;
     uint16_t instrumentCount;
     uint16_t flags;
     uint16_t defaultTempo;
     uint16_t defaultBpm;
-    uint8_t orders[256];
+    uint8_t orders[kXmOrders];
 };
 
+// Whether a sample's loop turns at its ends. Loop type 3 sets the ping-pong bit and is
+// played as ping-pong, its guard sample included (this player's reading of the type).
+inline bool XmSampleLoopsBack(const XmSample* s) {
+    return (s->loopType & 2) != 0;
+}
+
 // Reads a module through the source into module (which is overwritten). Returns 1 on
-// success; 0 on failure with *reason (when reason is not null) set to a short
-// description ("not an XM module", "truncated pattern data", ...). On failure nothing
-// stays allocated.
+// success; 0 on failure with *reason (when reason is not null) set to one line naming
+// the field, the value read and where ("pattern 3 has 300 rows (at most 256)";
+// patterns count from 0, instruments and samples from 1, as trackers show them). The
+// text lives until the next load. On failure nothing stays allocated.
 int LoadXmModule(XmModule* module, MusicSource* source, const char** reason);
 
 // Frees every block of the module and clears the record; a cleared record is left alone.

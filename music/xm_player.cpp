@@ -13,19 +13,26 @@ constexpr int32_t kNone = -1;
 
 const XmNote gEmptyRow[kXmMaxChannels] = {};
 
-uint32_t PatternRows(const XmPlayer* p, uint32_t order) {
+// The pattern the order table names at an order position; null for a position beyond
+// the table's 256 entries (a restart position may lie there) or a pattern that does not
+// exist: such an order plays empty rows and has none of its own.
+const XmPattern* OrderPattern(const XmPlayer* p, uint32_t order) {
     const XmModule* m = p->module;
-    const uint8_t index = m->orders[order & 255];
-    return index < m->patternCount ? m->patterns[index].rows : 0;
+    if (order >= kXmOrders || m->orders[order] >= m->patternCount) return nullptr;
+    return m->patterns + m->orders[order];
+}
+
+uint32_t PatternRows(const XmPlayer* p, uint32_t order) {
+    const XmPattern* pattern = OrderPattern(p, order);
+    return pattern ? pattern->rows : 0;
 }
 
 // The notes of the current row; a row the pattern lacks (a break or loop beyond its
 // end, a pattern of zero rows) plays as an empty row.
 const XmNote* CurrentRow(const XmPlayer* p) {
-    const XmModule* m = p->module;
-    const uint8_t index = m->orders[p->order & 255];
-    if (index >= m->patternCount || p->row >= m->patterns[index].rows) return gEmptyRow;
-    return m->patterns[index].notes + p->row * m->channels;
+    const XmPattern* pattern = OrderPattern(p, p->order);
+    if (!pattern || p->row >= pattern->rows) return gEmptyRow;
+    return pattern->notes + p->row * p->module->channels;
 }
 
 // The channel's instrument and the sample its note maps to (the empty ones when the

@@ -123,5 +123,10 @@ int32_t XmAmigaPeriod(int32_t realNote, int32_t finetune);
 // Period of a real note on the module's table.
 int32_t XmNotePeriod(const XmPlayer* player, int32_t realNote, int32_t finetune);
 
+// A value in 32 bits, wrapping as the player's 32-bit fields do.
+inline int32_t XmWrap32(int64_t v) {
+    return static_cast<int32_t>(static_cast<uint32_t>(v));
+}
+
 // Samples per tick for a BPM: 110250 / BPM (2.5 x 44100), the dividend itself for 0.
 uint32_t XmSamplesPerTick(uint32_t bpm);

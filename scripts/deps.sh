@@ -1,17 +1,22 @@
 #!/usr/bin/env bash
 # Installs the Debian packages a task needs, when they are missing.
-# Usage: scripts/deps.sh GROUP...   (groups: build, windows, smoke, tools, assets, sanitize, dist)
+# Usage: scripts/deps.sh GROUP...
+#   (groups: build, windows, web, webtest, smoke, tools, assets, sanitize, dist, bench)
 set -euo pipefail
 
 packages_of() {
   case "$1" in
     build)    echo "cmake make g++ pkg-config libsdl2-dev libx11-dev libgtest-dev googletest libbenchmark-dev libpng-dev" ;;
     windows)  echo "g++-mingw-w64-x86-64" ;;
+    web)      echo "cmake make emscripten python3" ;;
+    # npm often comes with a nodejs from elsewhere; Debian's package only when it does not.
+    webtest)  echo "chromium"; command -v npm >/dev/null || echo "npm" ;;
     smoke)    echo "xvfb xdotool imagemagick x11-utils python3 wine wine64" ;;
     tools)    echo "sox ffmpeg" ;;
     assets)   echo "libfreetype-dev fonts-dejavu-extra python3" ;;
     sanitize) echo "clang-14 libclang-rt-14-dev" ;;
     dist)     echo "zip unzip" ;;
+    bench)    echo "python3" ;;
     *) echo "deps.sh: unknown group '$1'" >&2; exit 2 ;;
   esac
 }

@@ -1,7 +1,7 @@
 // The whole DemoFrame work minus the pacing wait (geometry, raster, overlay, present to a
 // null sink) at 640 x 480, frame by frame over full 115-s cycles at 40 frames a second on
 // the headless platform; median, p99 and worst frame per scene.
-//   bench_frame [--threads 1|2] [--cycles N] [--frames N]
+//   bench_frame [--threads 1|2] [--cycles N | --frames N]
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -18,18 +18,27 @@
 
 int main(int argc, char** argv) {
     int cycles = 1, threads = 2, frames = 0;
-    for (int i = 1; i < argc; ++i) {
+    bool valid = true;
+    for (int i = 1; i < argc && valid; ++i) {
         const bool more = i + 1 < argc;
         if (!std::strcmp(argv[i], "--threads") && more) {
             threads = std::atoi(argv[++i]);
+            valid = threads == 1 || threads == 2;
         } else if (!std::strcmp(argv[i], "--cycles") && more) {
-            cycles = std::max(1, std::atoi(argv[++i]));
+            cycles = std::atoi(argv[++i]);
+            valid = cycles >= 1 && cycles <= 100;
         } else if (!std::strcmp(argv[i], "--frames") && more) {
-            frames = std::max(1, std::atoi(argv[++i]));
+            frames = std::atoi(argv[++i]);
+            valid = frames >= 2;
         } else {
-            std::fprintf(stderr, "usage: bench_frame [--threads 1|2] [--cycles N] [--frames N]\n");
-            return 1;
+            valid = false;
         }
+    }
+    if (!valid) {
+        std::fprintf(stderr,
+                     "usage: bench_frame [--threads 1|2] [--cycles 1..100 | --frames N]\n"
+                     "  (2 threads and 1 cycle of 115 s if not given)\n");
+        return 2;
     }
     if (!frames) frames = cycles * 115000 / 25;
     HeadlessReset();
@@ -39,9 +48,10 @@ int main(int argc, char** argv) {
     DemoFrameSetThreads(threads);
 
     std::printf(
-        "DemoFrame work per frame (geometry, lighting, render pass, overlay, present), "
-        "%d frames of the 115-s cycle at 40 fps, %d thread%s\n",
+        "bench_frame: the whole DemoFrame work (geometry, lighting, raster, overlay, present "
+        "to a null sink) per frame, %d frames of the 115-s cycle at 40 fps, %d thread%s\n",
         frames, DemoFrameThreads(), DemoFrameThreads() == 1 ? "" : "s");
+    std::fflush(stdout);
     // The first frame (the font built, caches cold) is reported on its own.
     std::vector<double> times[kSceneCount];
     std::vector<double> all;

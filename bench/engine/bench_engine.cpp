@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "bench/bench_main.h"
 #include "demo/timeline.h"
 #include "demo/world.h"
 #include "display/colour.h"
@@ -140,4 +141,6 @@ BENCHMARK(BM_TerrainFrameScene0Path)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+INVITRO_BENCH_MAIN(
+    "bench_engine: the geometry of one frame (transform, cull, light, clip, project) of the 64 x "
+    "64 terrain, 7938 triangles, on the first terrain scene's camera path");

@@ -6,6 +6,7 @@
 
 #include <cmath>
 
+#include "bench/bench_main.h"
 #include "music/music.h"
 #include "tools/common/xm_writer.h"
 
@@ -63,4 +64,6 @@ void RenderRealTime(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(RenderRealTime)->Arg(8)->Arg(32)->Unit(benchmark::kMicrosecond);
-BENCHMARK_MAIN();
+INVITRO_BENCH_MAIN(
+    "bench_music: the player and mixer through RenderSlice, synthetic modules with every channel "
+    "busy (8 and 32 channels), in multiples of real time");

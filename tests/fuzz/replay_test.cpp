@@ -1,5 +1,5 @@
-// Replays the fuzzer's seed corpus, the intro's tune and every input the fuzzer once
-// crashed on (regressions/) through the same code as the fuzz target, in every build.
+// Replays the fuzzers' seed corpus, the intro's tune and every input a fuzzer once
+// crashed on (regressions/) through the same code as the fuzz targets, in every build.
 #include <gtest/gtest.h>
 
 #include <dirent.h>
@@ -51,6 +51,7 @@ TEST(FuzzCorpus, SeedsTuneAndPastCrashesPlayThrough) {
         SCOPED_TRACE(path);
         const std::vector<uint8_t> bytes = Slurp(path);
         ASSERT_FALSE(bytes.empty());
+        FuzzXmLoad(bytes.data(), bytes.size());
         FuzzXmModule(bytes.data(), bytes.size());
     }
 }

@@ -1,5 +1,5 @@
 // The mixer: the new-note crossfade, ramps, steps and their limits, interpolation with
-// the guard sample, and loops that reflect several times in one pass.
+// the guard sample, loops that wrap several times in one step, and the backward pass.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -26,6 +26,7 @@ MixVoice* ArmVoice(PlayerRig* rig, uint32_t stepInteger, uint32_t stepFraction) 
     v->stepInteger = stepInteger;
     v->stepFraction = stepFraction;
     v->targetLeft = v->gainLeft = v->lastTargetLeft = 255;
+    v->targetRight = v->gainRight = v->lastTargetRight = 255;
     return v;
 }
 }  // namespace
@@ -80,17 +81,28 @@ TEST(Mixer, RampsContinueWhileTheTargetsStay) {
     EXPECT_EQ(v->rampFrames, 127);
 }
 
-TEST(Mixer, StepLimitsAndSampleOffsets) {
-    MixVoice v;
-    MixVoiceInit(&v, 3);
-    EXPECT_EQ(v.stepInteger, 1u);
-    MixVoiceSetFrequency(&v, 50);  // played at 100 Hz; the field keeps 50
-    EXPECT_EQ(v.frequency, 50);
-    EXPECT_EQ(v.stepInteger, 0u);
-    EXPECT_EQ(v.stepFraction, 9739154u);
-    MixVoiceSetFrequency(&v, 44100 * 3 + 22050);
-    EXPECT_EQ(v.stepInteger, 3u);
-    EXPECT_EQ(v.stepFraction, 0x80000000u);  // (2^31 * 44100 + 3) / 44100
+TEST(Mixer, StepsFromPeriodsAndSampleOffsets) {
+    // {linear table, period, frequency, step integer, step fraction}: C-4 on both
+    // tables, below 100 Hz steps at 100 (the field keeps the rate), no upper limit (an
+    // Amiga period of 1), and a linear rate beyond 32 bits converts to 0x80000000.
+    const int64_t rates[5][5] = {{1, 4608, 8363, 0, 814485521u},
+                                 {0, 1712, 8362, 0, 814388129u},
+                                 {0, 286341, 50, 0, 9739154},
+                                 {0, 1, 14317056, 324, 2790852218u},
+                                 {1, -200000, INT32_MIN, 0, 9739154}};
+    for (const auto& r : rates) {
+        XmWriterModule tone = ToneModule();
+        tone.flags = static_cast<uint16_t>(r[0]);
+        PlayerRig rates(tone);
+        EXPECT_EQ(rates.player->voices[5].stepInteger, 1u);  // a voice starts at 1
+        rates.Channel().period = static_cast<int32_t>(r[1]);
+        rates.Channel().flags = kChangeFrequency;
+        UpdateVoice(&rates.Channel(), nullptr, rates.player.get());
+        const MixVoice* v = rates.Channel().voice;
+        EXPECT_EQ(v->frequency, r[2]);
+        EXPECT_EQ(v->stepInteger, r[3]) << r[1];
+        EXPECT_EQ(v->stepFraction, r[4]) << r[1];
+    }
 
     // An offset at or past the loop end restarts the playing note from 0 instead.
     XmWriterModule m = SampleModule(std::vector<int16_t>(1000, 100), 0, 0, 0);
@@ -108,55 +120,94 @@ TEST(Mixer, StepLimitsAndSampleOffsets) {
     EXPECT_EQ(first->position, 0);
 }
 
-TEST(Mixer, InterpolatesIntoTheGuardAndStopsUnloopedSamples) {
-    PlayerRig looped(SampleModule({0, 1000, 2000, 3000}, 1, 0, 4));
-    MixVoice* v = ArmVoice(&looped, 0, 0x10000000u);
-    v->position = 3;
-    v->fraction = 0x80000000u;
-    float out[2 * 10] = {};
-    MixChunk(looped.player->voices, out, 1);
-    EXPECT_FLOAT_EQ(out[0], 1500.0f);  // halfway from 3000 to the guard (the loop start, 0)
-
-    // Unlooped, the voice stops at the end of the sample.
+TEST(Mixer, UnloopedSamplesStopAtTheirEnd) {
     PlayerRig once(SampleModule({0, 1000, 2000, 3000}, 0, 0, 0));
-    v = ArmVoice(&once, 1, 0);
+    MixVoice* v = ArmVoice(&once, 1, 0);
+    float out[2 * 10] = {};
     MixChunk(once.player->voices, out, 10);
     EXPECT_EQ(v->sample, nullptr);
     EXPECT_EQ(v->position, 0);
 }
 
-TEST(Mixer, PingPongReflectsSeveralTimesInOnePass) {
+TEST(Mixer, LoopsWrapAndReflectSeveralTimesInOneStep) {
     std::vector<int16_t> values;
-    for (int i = 0; i < 16; ++i) values.push_back(static_cast<int16_t>(i * 100));
-    PlayerRig rig(SampleModule(values, 2, 4, 2));  // loop 4..6
-    MixVoice* v = ArmVoice(&rig, 5, 0x40000000u);  // 5.25 samples a frame: more than the loop
-    const XmSample* s = v->sample;
-    std::vector<float> out(2 * 40);
-    MixChunk(rig.player->voices, out.data(), 40);
+    for (int i = 0; i < 16; ++i) values.push_back(static_cast<int16_t>(i * 100 + i * i));
+    // {loop type, loop start, loop length, step integer, step fraction}: steps far
+    // beyond the loop, up to an Amiga period of 1; loops to the end read the guard.
+    const uint32_t cases[4][5] = {{2, 4, 2, 5, 0x40000000u},
+                                  {2, 4, 12, 324, 2790852218u},
+                                  {1, 4, 12, 324, 2790852218u},
+                                  {1, 15, 1, 7, 0x90000000u}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "loop type " << c[0] << ", step " << c[3]);
+        PlayerRig rig(SampleModule(values, static_cast<uint8_t>(c[0]), c[1], c[2]));
+        MixVoice* v = ArmVoice(&rig, c[3], c[4]);
+        const XmSample* s = v->sample;
+        std::vector<float> out(2 * 40);
+        MixChunk(rig.player->voices, out.data(), 40);
 
-    // Frame by frame: read, step, reflect at each edge crossed.
-    const int64_t start = int64_t{4} << 32, end = int64_t{6} << 32;
-    const int64_t step = (int64_t{5} << 32) | 0x40000000;
-    int64_t p = 0;
-    int backward = 0;
-    for (int f = 0; f < 40; ++f) {
-        const int32_t i = static_cast<int32_t>(p >> 32);
-        const float fraction = static_cast<float>(static_cast<uint32_t>(p) >> 1) / 2147483648.0f;
-        const float expected = s->data[i] + (s->data[i + 1] - s->data[i]) * fraction;
-        ASSERT_NEAR(out[2 * f], expected, 0.01f) << "frame " << f;
-        p += backward ? -step : step;
-        for (;;) {
-            if (p >= end) {
-                p = end - (p - end) - 1;
-                backward = 1;
-            } else if (p < start) {
-                p = start + (start - p) - 1;
-                backward = 0;
-            } else {
-                break;
+        // Frame by frame: read, step, wrap or reflect at each edge crossed.
+        const int64_t start = int64_t{c[1]} << 32, end = int64_t{c[1] + c[2]} << 32;
+        const int64_t step = (int64_t{c[3]} << 32) | c[4];
+        int64_t p = 0;
+        int backward = 0;
+        for (int f = 0; f < 40; ++f) {
+            const int32_t i = static_cast<int32_t>(p >> 32);
+            const float fraction =
+                static_cast<float>(static_cast<uint32_t>(p) >> 1) / 2147483648.0f;
+            const float expected = s->data[i] + (s->data[i + 1] - s->data[i]) * fraction;
+            ASSERT_NEAR(out[2 * f], expected, 0.01f) << "frame " << f;
+            p += backward ? -step : step;
+            while (p >= end || (c[0] == 2 && p < start)) {
+                if (c[0] == 1) {
+                    p -= end - start;
+                } else if (p >= end) {
+                    p = end - (p - end) - 1;
+                    backward = 1;
+                } else {
+                    p = start + (start - p) - 1;
+                    backward = 0;
+                }
             }
         }
+        EXPECT_EQ((int64_t{v->position} << 32) | v->fraction, p);
+        EXPECT_EQ(v->direction != 0, backward != 0);
     }
-    EXPECT_EQ((int64_t{v->position} << 32) | v->fraction, p);
-    EXPECT_EQ(v->direction != 0, backward != 0);
+
+    // A long loop: the step's 8.24 form wraps, too many frames are counted, and a chunk
+    // may leave the voice past the loop's end, held on the guard; the next one wraps.
+    PlayerRig far(SampleModule(std::vector<int16_t>(300, 500), 1, 0, 300));
+    MixVoice* v = ArmVoice(&far, 324, 2790852218u);
+    std::vector<float> out(2 * 3);
+    MixChunk(far.player->voices, out.data(), 3);
+    EXPECT_EQ(out[4], 500.0f);
+    EXPECT_EQ(v->position, 973);
+    MixChunk(far.player->voices, out.data(), 1);
+    EXPECT_EQ(v->position, 398);
+}
+
+TEST(Mixer, BackwardPassesCountFramesWithTheForwardStep) {
+    // Going back with a whole step the voice moves one sample a frame more than the
+    // frames were counted for, and passes the loop start before it turns.
+    std::vector<int16_t> values(24, 1024);
+    values[5] = -19 * 256;
+    values[10] = 46 * 256;
+    XmWriterModule m = SampleModule(values, 2, 8, 12);
+    m.instruments[0].samples[0].is16Bit = false;
+    PlayerRig rig(m);
+    MixVoice* v = ArmVoice(&rig, 2, 0);
+    std::vector<float> out(2 * 120);
+    MixChunk(rig.player->voices, out.data(), 120);
+    // Back from 19.99...: six frames of three samples, frame 15 at 4.99...
+    EXPECT_EQ(out[2 * 15], -4864.0f);
+    EXPECT_EQ(out[2 * 15 + 1], -4864.0f);
+    EXPECT_EQ(v->position, 13);
+
+    // A loop from the first sample: the pass reads before it, held at sample 0.
+    PlayerRig first(SampleModule({1000, 2000, 3000, 4000}, 2, 0, 4));
+    v = ArmVoice(&first, 1, 0);
+    float eight[2 * 8] = {};
+    MixChunk(first.player->voices, eight, 8);
+    const float expected[8] = {1000, 2000, 3000, 4000, 4000, 3000, 1000, 1000};
+    for (int f = 0; f < 8; ++f) EXPECT_EQ(eight[2 * f], expected[f]) << "frame " << f;
 }

@@ -14,17 +14,6 @@ TEST(XmPlayer, NotesBecomePeriodsOnBothTables) {
     const int32_t amiga[5][3] = {
         {48, 0, 1712}, {60, 0, 856}, {48, 64, 1664}, {48, -64, 1763}, {0, -16, 27584}};
     for (const auto& a : amiga) EXPECT_EQ(XmAmigaPeriod(a[0], a[1]), a[2]);
-
-    // Through a row: C-4 sounds at 8363 Hz on the linear table, 8362 Hz on Amiga's.
-    XmWriterModule m = ToneModule();
-    Cell(m, 0) = {49, 1, 0, 0, 0};
-    for (uint16_t flags : {1, 0}) {
-        m.flags = flags;
-        PlayerRig row(m);
-        row.Tick();
-        EXPECT_EQ(row.Channel().period, flags ? 4608 : 1712);
-        EXPECT_EQ(row.Channel().voice->frequency, flags ? 8363 : 8362);
-    }
 }
 
 namespace {
@@ -48,7 +37,7 @@ std::vector<int> EnvelopeVolumes(const XmWriterModule& m, int ticks) {
 }
 }  // namespace
 
-TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffAndLoop) {
+TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffLoopAndWrap) {
     //                tick: 0   1   2   3   4   5   6 (key off)  7   8  9  10 11
     const std::vector<int> held = {64, 56, 48, 40, 32, 32, 32, 24, 16, 8, 0, 0};
     EXPECT_EQ(EnvelopeVolumes(EnvelopeModule(1 | 2, 0), 12), held);
@@ -56,6 +45,11 @@ TEST(XmPlayer, EnvelopesHoldAtSustainUntilKeyOffAndLoop) {
     // loops from the start while the key is held and after it is released.
     const std::vector<int> looped = {64, 56, 48, 40, 64, 56, 48, 40, 64, 56};
     EXPECT_EQ(EnvelopeVolumes(EnvelopeModule(1 | 2 | 4, 1), 10), looped);
+    // Values beyond 64 stay: 40000 x 65536 and the step toward 0 wrap in the 16.16
+    // value, which gives the output on every tick that does not end the envelope.
+    XmWriterModule large = EnvelopeModule(1, 0);
+    large.instruments[0].volumeEnvelope.points = {{0, 40000}, {2, 0}};
+    EXPECT_EQ(EnvelopeVolumes(large, 4), (std::vector<int>{-25536, -12768, 0, 0}));
 }
 
 TEST(XmPlayer, KeyOffCutsWithoutEnvelopeAndFadesWithOne) {
@@ -141,6 +135,19 @@ TEST(XmPlayer, RetriggersArpeggioAndTremolo) {
     EXPECT_EQ(tremolo, (std::vector<int>{0, 7, 14, 21, 28, 35 - 64}));  // wraps at 32
 }
 
+namespace {
+using Positions = std::vector<std::pair<uint32_t, uint32_t>>;
+// The order and row of each of the next `ticks` ticks.
+Positions Visit(PlayerRig* rig, int ticks) {
+    Positions visited;
+    for (int i = 0; i < ticks; ++i) {
+        rig->Tick();
+        visited.push_back({rig->player->order, rig->player->row});
+    }
+    return visited;
+}
+}  // namespace
+
 TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
     XmWriterModule m = ToneModule(2);
     m.tempo = 1;
@@ -154,14 +161,9 @@ TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
     Cell(m, 11, 0, 2) = {0, 0, 0, 14, 0x61};  // loop once
     Cell(m, 12, 0, 2) = {0, 0, 0, 13, 0x63};  // break at the last order: order 0, row 63
     PlayerRig rig(m);
-    std::vector<std::pair<uint32_t, uint32_t>> visited;
-    for (int i = 0; i < 8; ++i) {
-        rig.Tick();
-        visited.push_back({rig.player->order, rig.player->row});
-    }
-    const std::vector<std::pair<uint32_t, uint32_t>> expected = {{0, 0},  {2, 10}, {2, 11}, {2, 10},
-                                                                 {2, 11}, {2, 12}, {0, 63}, {1, 0}};
-    EXPECT_EQ(visited, expected);          // row 63 of a 64-row pattern, then on
+    // Row 63 of a 64-row pattern, then on.
+    EXPECT_EQ(Visit(&rig, 8),
+              (Positions{{0, 0}, {2, 10}, {2, 11}, {2, 10}, {2, 11}, {2, 12}, {0, 63}, {1, 0}}));
     EXPECT_EQ(rig.player->songLoops, 1u);  // order 0 came round again
 
     // A break to a row the pattern lacks plays an empty row and moves on.
@@ -169,11 +171,20 @@ TEST(XmPlayer, JumpsBreaksAndLoopsStayInsideTheSong) {
     Cell(m, 13, 0, 2) = {0, 0, 0, 13, 0x40};
     m.patterns[0].rows = 16;
     PlayerRig past(m);
-    past.Tick(8);
-    EXPECT_EQ(past.player->order, 0u);
-    EXPECT_EQ(past.player->row, 40u);
-    past.Tick();
-    EXPECT_EQ(past.player->order, 1u);
+    EXPECT_EQ(Visit(&past, 8).back(), (std::pair<uint32_t, uint32_t>{0, 40}));
+    EXPECT_EQ(Visit(&past, 1).back(), (std::pair<uint32_t, uint32_t>{1, 0}));
+
+    // Song length 0: a break past its end goes to order 0, the end of a pattern to the
+    // restart position, here beyond the order table: no pattern there, so each of its
+    // rows is empty and the song stays.
+    XmWriterModule none = ToneModule();
+    none.tempo = 1;
+    none.orders = {};
+    none.restartPosition = 300;
+    none.patterns[0].rows = 4;
+    Cell(none, 1) = {0, 0, 0, 13, 0x03};
+    PlayerRig zero(none);
+    EXPECT_EQ(Visit(&zero, 5), (Positions{{0, 0}, {0, 1}, {0, 3}, {300, 0}, {300, 0}}));
 }
 
 TEST(XmPlayer, SpeedAndBpm) {
