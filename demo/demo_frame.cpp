@@ -3,9 +3,12 @@
 // objects, passes up to clipping) is a function of its own so that it can be run
 // without lighting or pixels.
 //
-// With two threads the worker takes half of each list pass (the records from the middle
-// on) and the lower band of the render pass; each record and each row is worked on by
-// one thread only, with the operations of a single thread, so the frame is the same.
+// With two threads the list passes are shared out in blocks of records, each thread
+// taking the next block not yet taken, and the render pass is drawn in two bands of
+// rows, one a thread; each record and each row is worked on by one thread only, with
+// the operations of a single thread, and the results are gathered in list order, so
+// the frame is the same.
+#include <atomic>
 #include <chrono>
 
 #include "assets/assets.h"
@@ -26,13 +29,10 @@ constexpr uint32_t kDepthClear = 0x3E800000;  // 0.25f's bit pattern in every en
 
 int gThreads = 1;
 
-// One thread's share of a frame: records [from, to) of the list passes, rows
-// [clip.minY, clip.maxY) of the render pass and rows [depthFirst, depthEnd) of the depth
-// buffer to clear before it. A cache line of its own, as each thread writes its share.
+// One thread's share of the render pass: rows [clip.minY, clip.maxY), and rows
+// [depthFirst, depthEnd) of the depth buffer to clear before them. A cache line of its
+// own, as each thread writes its share.
 struct alignas(64) Share {
-    int32_t from, to;
-    int32_t cutCount;   // second pieces of near-plane cuts, at gCuts + from
-    int32_t drawCount;  // triangles prepared for the render pass, at gDraws + from
     ClipRectangle clip;
     int32_t depthFirst, depthEnd;
     RasterTri work;  // the fillers' record
@@ -40,26 +40,47 @@ struct alignas(64) Share {
 };
 Share gShares[2];
 
-// The cut pieces and the prepared triangles of each share, in its part of the tables.
-ClipCut gCuts[kRenderListCapacity];
-RenderDraw gDraws[kRenderListCapacity];
+// The list passes go in blocks of kBlock records; block b keeps its results at b * kBlock
+// in the tables below, so that they can be gathered in list order whoever made them.
+constexpr int32_t kBlock = 256;
+constexpr int32_t kBlocks = kRenderListCapacity / kBlock;
+ClipCut gCuts[kRenderListCapacity];      // second pieces of near-plane cuts
+RenderDraw gDraws[kRenderListCapacity];  // triangles prepared for the render pass
+int32_t gCutCount[kBlocks];
+int32_t gDrawCount[kBlocks];
+int32_t gBlockCount;              // blocks of this pass
+std::atomic<int32_t> gNextBlock;  // the next block not yet taken
 
 // The first row of the worker's band, moved each frame towards equal render times.
 int32_t gSplitRow = 300;
 
-void ToCameraShare(void* arg) {
-    Share* s = static_cast<Share*>(arg);
-    DemoWorld* world = DemoWorldGet();
-    s->cutCount = RenderListToCameraRange(RenderListMain(), &world->camera, kClipFlags, s->from,
-                                          s->to, gCuts + s->from);
+// Takes blocks until none is left; job(from, to, b) does block b.
+template <class Job>
+void BlocksTake(const Job& job) {
+    const int32_t count = RenderListMain()->numPolys;
+    for (;;) {
+        const int32_t b = gNextBlock.fetch_add(1, std::memory_order_relaxed);
+        if (b >= gBlockCount) return;
+        const int32_t from = b * kBlock;
+        job(from, count - from > kBlock ? from + kBlock : count, b);
+    }
 }
 
-void LightToScreenShare(void* arg) {
-    Share* s = static_cast<Share*>(arg);
+void ToCameraBlocks(void*) {
     DemoWorld* world = DemoWorldGet();
-    s->drawCount =
-        RenderListLightToScreenRange(RenderListMain(), &world->camera, world->lights, kMaxLights,
-                                     s->from, s->to, &world->context, gDraws + s->from);
+    BlocksTake([world](int32_t from, int32_t to, int32_t b) {
+        gCutCount[b] = RenderListToCameraRange(RenderListMain(), &world->camera, kClipFlags, from,
+                                               to, gCuts + from);
+    });
+}
+
+void LightToScreenBlocks(void*) {
+    DemoWorld* world = DemoWorldGet();
+    BlocksTake([world](int32_t from, int32_t to, int32_t b) {
+        gDrawCount[b] =
+            RenderListLightToScreenRange(RenderListMain(), &world->camera, world->lights,
+                                         kMaxLights, from, to, &world->context, gDraws + from);
+    });
 }
 
 void RenderShare(void* arg) {
@@ -68,30 +89,30 @@ void RenderShare(void* arg) {
     DemoWorld* world = DemoWorldGet();
     ZBufferClearRows(&world->zbuffer, kDepthClear, s->depthFirst, s->depthEnd);
     // Every prepared triangle, in list order, inside this share's rows.
-    for (const Share& t : gShares) {
-        RenderDrawsRun(&world->context, gDraws + t.from, t.drawCount, s->clip, &s->work);
+    for (int32_t b = 0; b < gBlockCount; ++b) {
+        RenderDrawsRun(&world->context, gDraws + b * kBlock, gDrawCount[b], s->clip, &s->work);
     }
     s->renderMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Runs job on both shares: the second on the worker, the first here.
-void BothShares(void (*job)(void*)) {
+// Runs job on both threads (the worker and this one), or on this one alone.
+void BothThreads(void (*job)(void*), void* workerArg, void* ownArg) {
     if (gThreads == 2) {
-        WorkerRun(job, &gShares[1]);
-        job(&gShares[0]);
+        WorkerRun(job, workerArg);
+        job(ownArg);
         WorkerWait();
     } else {
-        job(&gShares[0]);
+        job(ownArg);
     }
 }
 
-// Splits records [0, count) between the shares (all to the first with one thread).
-void SharesSplitRecords(int32_t count) {
-    const int32_t middle = gThreads == 2 ? count / 2 : count;
-    gShares[0].from = 0, gShares[0].to = middle;
-    gShares[1].from = middle, gShares[1].to = count;
-    for (Share& s : gShares) s.cutCount = s.drawCount = 0;
+// A list pass over every block of the list as it is now.
+void BlocksRun(void (*job)(void*)) {
+    const int32_t count = RenderListMain()->numPolys;
+    gBlockCount = (count + kBlock - 1) / kBlock;
+    gNextBlock.store(0, std::memory_order_relaxed);
+    BothThreads(job, nullptr, nullptr);
 }
 
 }  // namespace
@@ -124,9 +145,9 @@ void DemoFrameGeometry() {
     DemoObjectsInsert(world, list, skyTime, TimelineStateGet()->scene);
     // Back faces, world to camera and clipping, every plane tested: side culling and the
     // near cut both keep the work down. The cut pieces are appended in record order.
-    SharesSplitRecords(list->numPolys);
-    BothShares(ToCameraShare);
-    for (const Share& s : gShares) RenderListCutsAppend(list, gCuts + s.from, s.cutCount);
+    BlocksRun(ToCameraBlocks);
+    for (int32_t b = 0; b < gBlockCount; ++b)
+        RenderListCutsAppend(list, gCuts + b * kBlock, gCutCount[b]);
     list->attr &= ~kRenderListLateVertices;
 }
 
@@ -144,8 +165,7 @@ void DemoFrameProject() {
     // The lights' world positions move every frame, so their camera-space copies are
     // made afresh from them.
     LightsTransform(world->lights, kMaxLights, world->camera.mcam, kLightsTransformToTrans);
-    SharesSplitRecords(RenderListMain()->numPolys);
-    BothShares(LightToScreenShare);
+    BlocksRun(LightToScreenBlocks);
 }
 
 int DemoFrame() {
@@ -183,7 +203,7 @@ int DemoFrame() {
     gShares[0].depthFirst = 0, gShares[0].depthEnd = gThreads == 2 ? split : depthEnd;
     gShares[1].clip = {clip.minX, split, clip.maxX, clip.maxY};
     gShares[1].depthFirst = split, gShares[1].depthEnd = depthEnd;
-    BothShares(RenderShare);
+    BothThreads(RenderShare, &gShares[1], &gShares[0]);
     if (gThreads == 2) {
         // A few rows a frame towards the band that took less time.
         const double a = gShares[0].renderMs, b = gShares[1].renderMs;
