@@ -1,12 +1,13 @@
 // The worker of the Linux builds (SDL and headless): a std::thread. After a job it keeps
-// looking for the next one for a while, as the frame hands over its next part soon, and
-// then sleeps on the hand-over counter; the caller waits for the finish counter the same
-// way.
+// looking for the next one for a while (platform/worker_spin.h), as the frame hands over
+// its next part soon, and then sleeps on the hand-over counter; the caller waits for the
+// finish counter the same way.
 #include <atomic>
 #include <system_error>
 #include <thread>
 
 #include "platform/worker.h"
+#include "platform/worker_spin.h"
 
 #if defined(__SSE__) || defined(_M_X64)
 #include <xmmintrin.h>
@@ -24,11 +25,8 @@ int gStarted = -1;
 
 // Returns the counter's value once it is no longer `old`.
 uint32_t AwaitChange(const std::atomic<uint32_t>& counter, uint32_t old) {
-    for (int spin = 0; spin < 20000; ++spin) {
-        const uint32_t now = counter.load(std::memory_order_acquire);
-        if (now != old) return now;
-    }
-    uint32_t now;
+    uint32_t now = WorkerSpinUntilChange(counter, old, [] { std::this_thread::yield(); });
+    if (now != old) return now;
     while ((now = counter.load(std::memory_order_acquire)) == old) {
         counter.wait(old, std::memory_order_acquire);
     }

@@ -1,13 +1,15 @@
 // The worker on Windows: a thread from CreateThread and two auto-reset events, one for
 // a job handed over and one for a job finished. After a job the thread keeps looking
-// for the next one for a while, as the frame hands over its next part soon, before it
-// waits on the event; the caller waits for the finish the same way.
+// for the next one for a while (platform/worker_spin.h), as the frame hands over its
+// next part soon, before it waits on the event; the caller waits for the finish the
+// same way.
 #include <windows.h>
 #include <xmmintrin.h>
 
 #include <atomic>
 
 #include "platform/worker.h"
+#include "platform/worker_spin.h"
 
 namespace {
 
@@ -22,11 +24,8 @@ int gStarted = -1;
 
 // Returns the counter's value once it is no longer `old`.
 uint32_t AwaitChange(const std::atomic<uint32_t>& counter, uint32_t old, HANDLE event) {
-    for (int spin = 0; spin < 20000; ++spin) {
-        const uint32_t now = counter.load(std::memory_order_acquire);
-        if (now != old) return now;
-    }
-    uint32_t now;
+    uint32_t now = WorkerSpinUntilChange(counter, old, [] { SwitchToThread(); });
+    if (now != old) return now;
     while ((now = counter.load(std::memory_order_acquire)) == old) {
         WaitForSingleObject(event, INFINITE);
     }
