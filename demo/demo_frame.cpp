@@ -129,9 +129,8 @@ void DemoFrameGeometry() {
     DemoWorld* world = DemoWorldGet();
     RenderList* list = RenderListMain();
     RenderListReset(list);
-    // Each record's vertices are copied by the thread that takes the record through the
-    // list passes.
-    list->attr |= kRenderListLateVertices;
+    // Each record is written by the thread that takes it through the list passes.
+    list->attr |= kRenderListLate;
     const float skyTime = TimelineStateGet()->skyTime;
     DemoLightsAnimate(world, skyTime);
 
@@ -148,7 +147,7 @@ void DemoFrameGeometry() {
     BlocksRun(ToCameraBlocks);
     for (int32_t b = 0; b < gBlockCount; ++b)
         RenderListCutsAppend(list, gCuts + b * kBlock, gCutCount[b]);
-    list->attr &= ~kRenderListLateVertices;
+    list->attr &= ~kRenderListLate;
 }
 
 void DemoFrameProject() {

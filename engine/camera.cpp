@@ -96,8 +96,8 @@ int CameraBuildUVN(Camera* cam, int mode) {
 int RenderListRemoveBackfaces(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
     for (int32_t k = 0; k < list->numPolys; ++k) {
+        RenderListRecordFill(list, k);
         RasterTri* tri = list->polyPointers[k];
-        RenderListVerticesFill(tri);
         if (RasterTriProcessable(tri)) TriBackFaceMark(tri, cam->pos);
     }
     return 1;

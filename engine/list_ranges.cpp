@@ -9,8 +9,8 @@ int32_t RenderListToCameraRange(RenderList* list, const Camera* cam, uint32_t cl
     const Mat4Lanes m = Mat4LanesOf(cam->mcam);
     int32_t made = 0;
     for (int32_t k = from; k < to; ++k) {
+        RenderListRecordFill(list, k);
         RasterTri* tri = list->polyPointers[k];
-        RenderListVerticesFill(tri);
         if (!RasterTriProcessable(tri)) continue;
         TriBackFaceMark(tri, cam->pos);
         if (!RasterTriProcessable(tri)) continue;

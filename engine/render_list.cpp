@@ -1,8 +1,6 @@
 // The render list: insertion of polygons, objects and whole records.
 #include "engine/render_list.h"
 
-#include <cstring>
-
 static RenderList gRenderList;
 
 RenderList* RenderListMain() {
@@ -20,15 +18,13 @@ static RasterTri* NextRecord(RenderList* list) {
     if (list->numPolys >= kRenderListCapacity) return nullptr;
     const int32_t k = list->numPolys;
     list->polyPointers[k] = &list->polyData[k];
+    list->late[k].poly = nullptr;
     return &list->polyData[k];
 }
 
-int RenderListInsertPoly(RenderList* list, const Poly* poly) {
-    if (!list || !poly) return 0;
-    RasterTri* tri = NextRecord(list);
-    if (!tri) return 0;
-
-    tri->state = poly->state & ~kPolyVerticesLate;
+// The record a polygon makes, its vertices taken from `vertices`.
+static void RecordWrite(RasterTri* tri, const Poly* poly, const Vertex3D* vertices) {
+    tri->state = poly->state;
     tri->attr = poly->attr;
     tri->color = poly->color;
     tri->litColor[0] = poly->litColor[0];
@@ -36,33 +32,31 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
     tri->litColor[2] = poly->litColor[2];
     tri->texture = poly->texture;
     tri->normalLength = poly->normalLength;
-    if (list->attr & kRenderListLateVertices) {
-        // Where the vertices are, in the record's working words.
-        tri->state |= kPolyVerticesLate;
-        std::memcpy(&tri->work[0], &poly->vlist, sizeof poly->vlist);
-        std::memcpy(&tri->work[2], poly->vert, sizeof poly->vert);
+    for (int i = 0; i < 3; ++i) {
+        const Vertex3D& vertex = vertices[poly->vert[i]];
+        tri->vlist[i] = vertex;
+        tri->tvlist[i] = vertex;
+    }
+}
+
+int RenderListInsertPoly(RenderList* list, const Poly* poly) {
+    if (!list || !poly) return 0;
+    RasterTri* tri = NextRecord(list);
+    if (!tri) return 0;
+    if (list->attr & kRenderListLate) {
+        list->late[list->numPolys] = {poly, poly->vlist};
     } else {
-        for (int i = 0; i < 3; ++i) {
-            const Vertex3D& vertex = poly->vlist[poly->vert[i]];
-            tri->vlist[i] = vertex;
-            tri->tvlist[i] = vertex;
-        }
+        RecordWrite(tri, poly, poly->vlist);
     }
     list->numPolys += 1;
     return 1;
 }
 
-void RenderListVerticesFill(RasterTri* tri) {
-    if (!tri || !(tri->state & kPolyVerticesLate)) return;
-    const Vertex3D* vertices;
-    int32_t vert[3];
-    std::memcpy(&vertices, &tri->work[0], sizeof vertices);
-    std::memcpy(vert, &tri->work[2], sizeof vert);
-    for (int i = 0; i < 3; ++i) {
-        tri->vlist[i] = vertices[vert[i]];
-        tri->tvlist[i] = vertices[vert[i]];
-    }
-    tri->state &= ~kPolyVerticesLate;
+void RenderListRecordFill(RenderList* list, int32_t k) {
+    RenderListLate& late = list->late[k];
+    if (!late.poly) return;
+    RecordWrite(&list->polyData[k], late.poly, late.vertices);
+    late.poly = nullptr;
 }
 
 int RenderListInsertTri(RenderList* list, const RasterTri* tri) {

@@ -16,7 +16,6 @@ constexpr uint32_t kPolyActive = 0x1;
 constexpr uint32_t kPolyClipped = 0x2;
 constexpr uint32_t kPolyBackFace = 0x4;
 constexpr uint32_t kPolyLit = 0x8;
-constexpr uint32_t kPolyVerticesLate = 0x10;  // render list: vertices still to be copied
 
 // Polygon / triangle attribute bits.
 constexpr uint32_t kAttrTwoSided = 0x1;
