@@ -167,8 +167,16 @@ int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, Render
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
                     const ClipRectangle& clip, RasterTri* work) {
     if (!context || !context->frame) return;
+    // A triangle whose corners all lie more than a row above or below the clip rectangle
+    // would snap to rows outside it (snapping moves a corner by at most half a row, or
+    // towards row 0) and draw nothing there: it is passed over without its set-up, as
+    // most are when the rectangle is one band of two.
+    const float above = static_cast<float>(clip.minY - 1),
+                below = static_cast<float>(clip.maxY + 1);
     for (int32_t k = 0; k < count; ++k) {
         const RenderDraw& draw = draws[k];
+        if (clip.minY > 0 && draw.y[0] < above && draw.y[1] < above && draw.y[2] < above) continue;
+        if (draw.y[0] > below && draw.y[1] > below && draw.y[2] > below) continue;
         for (int i = 0; i < 3; ++i) {
             Vertex3D& v = work->tvlist[i];
             work->litColor[i] = draw.litColor[i];
