@@ -4,6 +4,7 @@
 #include "app/app.h"
 #include "assets/assets.h"
 #include "assets/tune.h"
+#include "demo/demo.h"
 #include "demo/mesh_template.h"
 #include "demo/overlay.h"
 #include "demo/world.h"
@@ -60,6 +61,9 @@ int AppInit() {
     DemoLightsCreate(world->lights);
     ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
     FloatingPointSetup();
+    // The frame's second thread starts now, with the floating-point settings just made
+    // and before the first frame, which must allocate nothing but the font sprite.
+    DemoFrameSetThreads(2);
 
     for (int32_t i = 0; i < kDemoObjectCount; ++i)
         ObjectFromTemplate(&world->objects[i], kMeshTemplates[i], kMeshTemplateSizes[i]);

@@ -1,6 +1,12 @@
 # Warning flags shared by every target of the project.
 add_library(invitro_warnings INTERFACE)
 target_compile_options(invitro_warnings INTERFACE -Wall -Wextra)
+# Wide vector-extension values (raster/lanes.h) pass only between inline helpers built
+# with the same flags, so the compilers' note that their calling convention would differ
+# with AVX concerns no interface of ours.
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+  target_compile_options(invitro_warnings INTERFACE -Wno-psabi)
+endif()
 if(INVITRO_WERROR)
   target_compile_options(invitro_warnings INTERFACE -Werror)
 endif()

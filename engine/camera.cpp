@@ -4,10 +4,7 @@
 #include <cmath>
 
 #include "engine/lanes.h"
-
-static Vec3 PositionOf(const Vertex3D& v) {
-    return {v.x, v.y, v.z, v.w};
-}
+#include "engine/tri_stages.h"
 
 int CameraInit(Camera* cam, uint32_t attr, const Vec3* pos, const Vec3* dir, const Vec3* target,
                float nearZ, float farZ, float fov, float viewportW, float viewportH) {
@@ -99,15 +96,9 @@ int CameraBuildUVN(Camera* cam, int mode) {
 int RenderListRemoveBackfaces(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
     for (int32_t k = 0; k < list->numPolys; ++k) {
+        RenderListRecordFill(list, k);
         RasterTri* tri = list->polyPointers[k];
-        if (!RasterTriProcessable(tri) || (tri->attr & kAttrTwoSided)) continue;
-        const Vec3 p0 = PositionOf(tri->tvlist[0]);
-        const Vec3 e1 = Vec3Sub(p0, PositionOf(tri->tvlist[1]));
-        const Vec3 e2 = Vec3Sub(p0, PositionOf(tri->tvlist[2]));
-        const Vec3 normal = Vec3Cross(e1, e2);
-        const Vec3 view = Vec3Sub(p0, cam->pos);
-        // Edge-on (zero) and unordered (NaN) both count as facing away.
-        if (!(Vec3Dot(normal, view) > 0.0)) tri->state |= kPolyBackFace;
+        if (RasterTriProcessable(tri)) TriBackFaceMark(tri, cam->pos);
     }
     return 1;
 }
@@ -117,28 +108,16 @@ int RenderListWorldToCamera(RenderList* list, const Camera* cam) {
     const Mat4Lanes m = Mat4LanesOf(cam->mcam);
     for (int32_t k = 0; k < list->numPolys; ++k) {
         RasterTri* tri = list->polyPointers[k];
-        if (!RasterTriProcessable(tri)) continue;
-        for (Vertex3D& v : tri->tvlist) {
-            float p[4];
-            Mat4LanesMulRow(v.x, v.y, v.z, v.w, m, p);
-            v.x = p[0], v.y = p[1], v.z = p[2], v.w = p[3];
-        }
+        if (RasterTriProcessable(tri)) TriWorldToCamera(tri, m);
     }
     return 1;
 }
 
 int RenderListCameraToPerspective(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
-    const double d = cam->viewDist, aspect = cam->aspectRatio;
     for (int32_t k = 0; k < list->numPolys; ++k) {
         RasterTri* tri = list->polyPointers[k];
-        if (!RasterTriProcessable(tri)) continue;
-        for (Vertex3D& v : tri->tvlist) {
-            // x = d x / z and y = d y aspect / z, both in one division.
-            const Double2 numerator = Double2{d * v.x, d * v.y * aspect};
-            const Float2 xy = __builtin_convertvector(numerator / Splat(v.z), Float2);
-            v.x = xy[0], v.y = xy[1];
-        }
+        if (RasterTriProcessable(tri)) TriToPerspective(tri, cam->viewDist, cam->aspectRatio);
     }
     return 1;
 }
@@ -149,11 +128,7 @@ int RenderListPerspectiveToScreen(RenderList* list, const Camera* cam) {
     const double beta = 0.5 * cam->viewportHeight - 0.5;
     for (int32_t k = 0; k < list->numPolys; ++k) {
         RasterTri* tri = list->polyPointers[k];
-        if (!RasterTriProcessable(tri)) continue;
-        for (Vertex3D& v : tri->tvlist) {
-            v.x = static_cast<float>(alpha + alpha * v.x);
-            v.y = static_cast<float>(beta - beta * v.y);
-        }
+        if (RasterTriProcessable(tri)) TriToScreen(tri, alpha, beta);
     }
     return 1;
 }

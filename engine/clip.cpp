@@ -47,8 +47,9 @@ static void RecomputeNormalLength(RasterTri* tri) {
     tri->normalLength = Vec3FastLength(Vec3Cross(e1, e2));
 }
 
-// Near and far planes of one record; may append the second piece of a cut.
-static void ClipNearFar(RenderList* list, RasterTri* tri, float nearZ, float farZ) {
+// Near and far planes of one record; returns 1 with the second piece of a two-inside
+// cut in `cut`.
+static int ClipNearFar(RasterTri* tri, float nearZ, float farZ, ClipCut* cut) {
     Vertex3D* v = tri->tvlist;
     ClipCode codes[3];
     int inside = 0, beyond = 0, before = 0;
@@ -60,9 +61,9 @@ static void ClipNearFar(RenderList* list, RasterTri* tri, float nearZ, float far
     }
     if (beyond == 3 || before == 3) {
         tri->state |= kPolyClipped;
-        return;
+        return 0;
     }
-    if (before == 0) return;  // beyond the far plane alone is kept whole
+    if (before == 0) return 0;  // beyond the far plane alone is kept whole
 
     const bool textured = (tri->attr & kAttrTextured) != 0;
     if (inside == 1) {
@@ -74,34 +75,59 @@ static void ClipNearFar(RenderList* list, RasterTri* tri, float nearZ, float far
         PlacePoint(&v[c], pc, textured);
         RecomputeNormalLength(tri);
     } else if (inside == 2) {
+        // The record becomes (P1, I1, I2); the second piece, a copy of the record before
+        // this with P2 for O and P1 for I1, is made when it is appended.
         const int o = codes[0] == kBefore ? 0 : codes[1] == kBefore ? 1 : 2;
         const int i1 = (o + 1) % 3, i2 = (o + 2) % 3;
         const NearPoint p1 = PointAtNear(v[o], v[i1], nearZ, textured);
         const NearPoint p2 = PointAtNear(v[o], v[i2], nearZ, textured);
-        RasterTri copy = *tri;
         PlacePoint(&v[o], p1, textured);
         RecomputeNormalLength(tri);
-        PlacePoint(&copy.tvlist[o], p2, textured);
-        PlacePoint(&copy.tvlist[i1], p1, textured);
-        RecomputeNormalLength(&copy);
-        RenderListInsertTri(list, &copy);
+        cut->vertex = o;
+        cut->x = p2.x, cut->y = p2.y, cut->z = p2.z, cut->u = p2.u, cut->v = p2.v;
+        return 1;
     }
+    return 0;
+}
+
+int ClipRecord(RasterTri* tri, const Camera* cam, uint32_t flags, ClipCut* cut) {
+    // Deliberate: the width bounds y as well, matching the camera's top and bottom planes.
+    const double k = 0.5 * cam->viewplaneWidth / cam->viewDist;
+    if (((flags & kClipX) && OutsideSides(tri->tvlist, k, false)) ||
+        ((flags & kClipY) && OutsideSides(tri->tvlist, k, true))) {
+        tri->state |= kPolyClipped;
+        return 0;
+    }
+    if (!(flags & kClipNearFar)) return 0;
+    return ClipNearFar(tri, cam->nearClipZ, cam->farClipZ, cut);
+}
+
+int ClipCutAppend(RenderList* list, const ClipCut& cut) {
+    if (!list || cut.record < 0 || cut.record >= list->numPolys) return 0;
+    RasterTri copy = *list->polyPointers[cut.record];
+    const bool textured = (copy.attr & kAttrTextured) != 0;
+    Vertex3D* v = copy.tvlist;
+    const int o = cut.vertex, i1 = (o + 1) % 3;
+    // The record holds P1 in place of O.
+    const NearPoint p1 = {v[o].x, v[o].y, v[o].z, v[o].u, v[o].v};
+    const NearPoint p2 = {cut.x, cut.y, cut.z, cut.u, cut.v};
+    PlacePoint(&v[o], p2, textured);
+    PlacePoint(&v[i1], p1, textured);
+    RecomputeNormalLength(&copy);
+    return RenderListInsertTri(list, &copy);
 }
 
 int RenderListClip(RenderList* list, const Camera* cam, uint32_t flags) {
     if (!list || !cam) return 0;
-    // Deliberate: the width bounds y as well, matching the camera's top and bottom planes.
-    const double k = 0.5 * cam->viewplaneWidth / cam->viewDist;
     const int32_t count = list->numPolys;
     for (int32_t n = 0; n < count; ++n) {
         RasterTri* tri = list->polyPointers[n];
         if (!RasterTriProcessable(tri)) continue;
-        if (((flags & kClipX) && OutsideSides(tri->tvlist, k, false)) ||
-            ((flags & kClipY) && OutsideSides(tri->tvlist, k, true))) {
-            tri->state |= kPolyClipped;
-            continue;
+        ClipCut cut;
+        if (ClipRecord(tri, cam, flags, &cut)) {
+            cut.record = n;
+            ClipCutAppend(list, cut);
         }
-        if (flags & kClipNearFar) ClipNearFar(list, tri, cam->nearClipZ, cam->farClipZ);
     }
     return 1;
 }

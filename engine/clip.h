@@ -15,3 +15,19 @@ constexpr uint32_t kClipNearFar = 0x4;  // cull wholly before or beyond, cut at 
 // two-inside cut with RenderListInsertTri (lost when the list is full). Only the records
 // present at entry are examined. Cut triangles get their normal length recomputed.
 int RenderListClip(RenderList* list, const Camera* cam, uint32_t flags);
+
+// The second piece of a near-plane cut of record `record`: a copy of the record as it was
+// before the cut, with the near point (x, y, z, u, v) for vertex `vertex` and the record's
+// new vertex `vertex` for the next one. Passes over part of the list keep these and
+// append them afterwards, in order, as RenderListClip appends them at once.
+struct ClipCut {
+    int32_t record;
+    int32_t vertex;
+    float x, y, z, u, v;
+};
+
+// RenderListClip's work on one processable record. Returns 1 when the record was cut in
+// two, with the second piece in `cut` (all but cut->record).
+int ClipRecord(RasterTri* tri, const Camera* cam, uint32_t flags, ClipCut* cut);
+// Appends the second piece of a cut with RenderListInsertTri; 0 when the list is full.
+int ClipCutAppend(RenderList* list, const ClipCut& cut);

@@ -3,14 +3,10 @@
 // exactly the operations of the scalar code it stands for, in the same order, so using
 // lanes changes no result. Engine-internal.
 #pragma once
-#include <bit>
 #include <cstdint>
 
 #include "engine/math3d.h"
-
-typedef double Double2 __attribute__((vector_size(16)));
-typedef float Float2 __attribute__((vector_size(8)));
-typedef uint64_t Word2 __attribute__((vector_size(16)));
+#include "raster/lanes.h"
 
 inline Double2 Splat(double x) {
     return Double2{x, x};

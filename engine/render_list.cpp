@@ -18,14 +18,12 @@ static RasterTri* NextRecord(RenderList* list) {
     if (list->numPolys >= kRenderListCapacity) return nullptr;
     const int32_t k = list->numPolys;
     list->polyPointers[k] = &list->polyData[k];
+    list->late[k].poly = nullptr;
     return &list->polyData[k];
 }
 
-int RenderListInsertPoly(RenderList* list, const Poly* poly) {
-    if (!list || !poly) return 0;
-    RasterTri* tri = NextRecord(list);
-    if (!tri) return 0;
-
+// The record a polygon makes, its vertices taken from `vertices`.
+static void RecordWrite(RasterTri* tri, const Poly* poly, const Vertex3D* vertices) {
     tri->state = poly->state;
     tri->attr = poly->attr;
     tri->color = poly->color;
@@ -35,12 +33,30 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
     tri->texture = poly->texture;
     tri->normalLength = poly->normalLength;
     for (int i = 0; i < 3; ++i) {
-        const Vertex3D& vertex = poly->vlist[poly->vert[i]];
+        const Vertex3D& vertex = vertices[poly->vert[i]];
         tri->vlist[i] = vertex;
         tri->tvlist[i] = vertex;
     }
+}
+
+int RenderListInsertPoly(RenderList* list, const Poly* poly) {
+    if (!list || !poly) return 0;
+    RasterTri* tri = NextRecord(list);
+    if (!tri) return 0;
+    if (list->attr & kRenderListLate) {
+        list->late[list->numPolys] = {poly, poly->vlist};
+    } else {
+        RecordWrite(tri, poly, poly->vlist);
+    }
     list->numPolys += 1;
     return 1;
+}
+
+void RenderListRecordFill(RenderList* list, int32_t k) {
+    RenderListLate& late = list->late[k];
+    if (!late.poly) return;
+    RecordWrite(&list->polyData[k], late.poly, late.vertices);
+    late.poly = nullptr;
 }
 
 int RenderListInsertTri(RenderList* list, const RasterTri* tri) {

@@ -6,12 +6,22 @@
 
 constexpr int32_t kRenderListCapacity = 32768;
 
+// RenderList attribute bits.
+constexpr uint32_t kRenderListLate = 0x1;  // see RenderListRecordFill
+
+// A polygon inserted under kRenderListLate whose record is still to be written.
+struct RenderListLate {
+    const Poly* poly;          // null once the record is written
+    const Vertex3D* vertices;  // the vertex list it was inserted with
+};
+
 struct RenderList {
     uint32_t state;
-    uint32_t attr;
+    uint32_t attr;                                 // kRenderList* bits
     RasterTri* polyPointers[kRenderListCapacity];  // pointer k addresses polyData[k]
     RasterTri polyData[kRenderListCapacity];
     int32_t numPolys;
+    RenderListLate late[kRenderListCapacity];  // for record k, beside the records
 };
 
 // The frame's render list, static storage allocated with the program.
@@ -21,7 +31,15 @@ RenderList* RenderListMain();
 int RenderListReset(RenderList* list);
 // Appends the polygon with its three vertices (from poly->vlist) copied into both
 // vlist and tvlist. Returns 0 when the list already holds kRenderListCapacity.
+// With kRenderListLate in list->attr only the polygon and its vertex list are noted
+// (in list->late) and the record is written later by RenderListRecordFill, from the
+// same polygon and vertices, which must not change until then.
 int RenderListInsertPoly(RenderList* list, const Poly* poly);
+// Writes record k as RenderListInsertPoly would have when insertion left it for later;
+// nothing for other records. The frame's passes over ranges (list_ranges.h) and
+// RenderListRemoveBackfaces call it first, so that each record is written by the thread
+// that works on it and insertion touches no record.
+void RenderListRecordFill(RenderList* list, int32_t k);
 // Appends a copy of a whole record and links it to the record before it (the clipper's
 // second pieces). Returns 0 when full.
 int RenderListInsertTri(RenderList* list, const RasterTri* tri);

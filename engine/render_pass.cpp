@@ -39,8 +39,8 @@ constexpr int8_t kUntextured[kModeCount][2][2] = {
     /* z-second  */ {{44, 43}, {17, 21}},
 };
 
-// The filler's record. Only the words the pass copies are refreshed per triangle; the
-// rest keeps what the triangle before left there.
+// RenderPass's filler record. Only the words the pass copies are refreshed per triangle;
+// the rest keeps what the triangle before left there.
 RasterTri gWork;
 
 int DepthModeOf(uint32_t contextAttr) {
@@ -52,10 +52,10 @@ int DepthModeOf(uint32_t contextAttr) {
 }
 
 // Chooses the mip level of a mip-mapped triangle and halves its u and v as often.
-void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RasterTri* work) {
+void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
     Texture* levels = tri->texture;
     if (!(context->attr & kRenderMipMap)) {
-        work->texture = &levels[0];
+        draw->texture = &levels[0];
         return;
     }
     const int32_t count = levels[0].width < kLog2TableSize ? Log2Table[levels[0].width] : 0;
@@ -64,11 +64,11 @@ void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RasterTr
     if (!(chosen < count)) chosen = count;
     if (chosen < 0) chosen = 0;
     const int32_t level = static_cast<int32_t>(chosen);
-    work->texture = &levels[level];
+    draw->texture = &levels[level];
     for (int32_t i = 0; i < level; ++i) {
-        for (Vertex3D& v : work->tvlist) {
-            v.u *= 0.5f;
-            v.v *= 0.5f;
+        for (int k = 0; k < 3; ++k) {
+            draw->u[k] *= 0.5f;
+            draw->v[k] *= 0.5f;
         }
     }
 }
@@ -117,50 +117,73 @@ int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t b
 }
 
 int RenderPass(const RenderContext* context) {
+    return RenderPassClipped(context, gClipRectangle, &gWork);
+}
+
+int RenderPassClipped(const RenderContext* context, const ClipRectangle& clip, RasterTri* work) {
     // No FrameBuffer is locked when the display did not start: nothing can be drawn (the
     // clip rectangle may still describe a surface of an earlier start).
     if (!context || !context->list || !context->frame) return 0;
     RenderList* list = context->list;
-    RasterTri* work = &gWork;
     for (int32_t k = 0; k < list->numPolys; ++k) {
-        const RasterTri* tri = list->polyPointers[k];
-        if (!RasterTriProcessable(tri)) continue;
-
-        int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
-                                                    : static_cast<int32_t>(tri->color >> 24);
-        // Levels beyond the table's last are drawn at the last.
-        if (level > 7) level = 7;
-        const int32_t blended =
-            RenderPassIsBlended(context->attr, tri->attr, context->alphaOverride);
-
-        const uint32_t attr = tri->attr;
-        const bool textured = attr & kAttrTextured;
-        work->litColor[0] = tri->litColor[0];
-        if (!(attr & (kAttrShadeConstant | kAttrShadeFlat))) {
-            work->litColor[1] = tri->litColor[1];
-            work->litColor[2] = tri->litColor[2];
+        RenderDraw draw = {};
+        if (RenderDrawPrepare(context, list->polyPointers[k], &draw)) {
+            RenderDrawsRun(context, &draw, 1, clip, work);
         }
-        work->texture = tri->texture;
-        for (int i = 0; i < 3; ++i) {
-            work->tvlist[i].x = tri->tvlist[i].x;
-            work->tvlist[i].y = tri->tvlist[i].y;
-            work->tvlist[i].z = tri->tvlist[i].z;
-            if (textured) {
-                work->tvlist[i].u = tri->tvlist[i].u;
-                work->tvlist[i].v = tri->tvlist[i].v;
-            }
-        }
-        if (textured && (attr & kAttrMipMapped) && tri->texture) MipLevelChoose(context, tri, work);
-
-        const int32_t hybridNear =
-            static_cast<float>(context->perspectiveSwitchDistance) >= tri->tvlist[0].z;
-        const int32_t member = RenderPassChooseFiller(context->attr, attr, blended, hybridNear);
-        if (!member) continue;
-        if (FillerMembers[member - 1].depth == FillerDepth::kGreater && !DepthsFitReciprocal(tri)) {
-            continue;
-        }
-        FillerDraw(member, work, context->frame, context->framePitch, context->depth,
-                   context->depthPitch, level);
     }
     return 1;
+}
+
+int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
+    if (!RasterTriProcessable(tri)) return 0;
+    const uint32_t attr = tri->attr;
+    const int32_t blended = RenderPassIsBlended(context->attr, attr, context->alphaOverride);
+    const int32_t hybridNear =
+        static_cast<float>(context->perspectiveSwitchDistance) >= tri->tvlist[0].z;
+    const int32_t member = RenderPassChooseFiller(context->attr, attr, blended, hybridNear);
+    if (!member) return 0;
+    if (FillerMembers[member - 1].depth == FillerDepth::kGreater && !DepthsFitReciprocal(tri)) {
+        return 0;
+    }
+    draw->member = member;
+    int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
+                                                : static_cast<int32_t>(tri->color >> 24);
+    // Levels beyond the table's last are drawn at the last.
+    draw->level = level > 7 ? 7 : level;
+    // The fillers read lit colour 0 only (flat) or all three, and u and v of textured
+    // triangles only: the others are copied too, unread.
+    for (int i = 0; i < 3; ++i) {
+        const Vertex3D& v = tri->tvlist[i];
+        draw->litColor[i] = tri->litColor[i];
+        draw->x[i] = v.x, draw->y[i] = v.y, draw->z[i] = v.z, draw->u[i] = v.u, draw->v[i] = v.v;
+    }
+    draw->texture = tri->texture;
+    if ((attr & kAttrTextured) && (attr & kAttrMipMapped) && tri->texture) {
+        MipLevelChoose(context, tri, draw);
+    }
+    return 1;
+}
+
+void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
+                    const ClipRectangle& clip, RasterTri* work) {
+    if (!context || !context->frame) return;
+    // A triangle whose corners all lie more than a row above or below the clip rectangle
+    // would snap to rows outside it (snapping moves a corner by at most half a row, or
+    // towards row 0) and draw nothing there: it is passed over without its set-up, as
+    // most are when the rectangle is one band of two.
+    const float above = static_cast<float>(clip.minY - 1),
+                below = static_cast<float>(clip.maxY + 1);
+    for (int32_t k = 0; k < count; ++k) {
+        const RenderDraw& draw = draws[k];
+        if (clip.minY > 0 && draw.y[0] < above && draw.y[1] < above && draw.y[2] < above) continue;
+        if (draw.y[0] > below && draw.y[1] > below && draw.y[2] > below) continue;
+        for (int i = 0; i < 3; ++i) {
+            Vertex3D& v = work->tvlist[i];
+            work->litColor[i] = draw.litColor[i];
+            v.x = draw.x[i], v.y = draw.y[i], v.z = draw.z[i], v.u = draw.u[i], v.v = draw.v[i];
+        }
+        work->texture = draw.texture;
+        FillerDrawClipped(draw.member, work, context->frame, context->framePitch, context->depth,
+                          context->depthPitch, draw.level, clip);
+    }
 }

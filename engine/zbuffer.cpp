@@ -34,3 +34,11 @@ void ZBufferClear(ZBuffer* zb, uint32_t value) {
     if (!zb || !zb->buffer) return;
     for (int32_t i = 0; i < zb->sizeWords; ++i) zb->buffer[i] = value;
 }
+
+void ZBufferClearRows(ZBuffer* zb, uint32_t value, int32_t firstRow, int32_t endRow) {
+    if (!zb || !zb->buffer || zb->height <= 0) return;
+    const int64_t wordsPerRow = zb->sizeWords / zb->height;
+    const int64_t first = (firstRow < 0 ? 0 : firstRow) * wordsPerRow;
+    const int64_t end = endRow >= zb->height ? zb->sizeWords : endRow * wordsPerRow;
+    for (int64_t i = first; i < end; ++i) zb->buffer[i] = value;
+}

@@ -22,3 +22,5 @@ int ZBufferCreate(ZBuffer* zb, int32_t width, int32_t height, uint32_t attr);
 // Writes `value` into every 32-bit word of the buffer (a 16-bit buffer thus gets its
 // two halves in each pair of entries). Called before each render pass.
 void ZBufferClear(ZBuffer* zb, uint32_t value);
+// The same for rows [firstRow, endRow) only (a band of the frame).
+void ZBufferClearRows(ZBuffer* zb, uint32_t value, int32_t firstRow, int32_t endRow);

@@ -1,10 +1,14 @@
 // The filler template: edge walking, spans and the pixel rules, specialised at build time
 // per member. Internal to raster/; fillers.cpp instantiates it once per member.
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "display/display.h"
 #include "raster/filler.h"
+#include "raster/lanes.h"
 #include "raster/lookup_tables.h"
 #include "raster/raster_tri.h"
 #include "raster/texture.h"
@@ -12,8 +16,9 @@
 
 namespace raster_detail {
 
-// Attribute slots walked along the edges and across the spans.
-enum Attr : int { kZ, kU, kV, kR, kG, kB, kAttrCount };
+// Lanes of the values walked along the edges and across the spans: the edge's x, then the
+// attributes. The last lane is not used.
+constexpr int kX = 0, kZ = 1, kU = 2, kV = 3, kR = 4, kG = 5, kB = 6;
 
 // The build-time choices of one member.
 template <FillerDepth D, FillerShade S, FillerCoords C, bool Blend, bool InclusiveLoop = false>
@@ -31,23 +36,45 @@ struct Member {
     static constexpr bool kPersp = C == FillerCoords::kPerspPixel || C == FillerCoords::kPerspSpan;
     static constexpr bool kRgb = S == FillerShade::kLit || S == FillerShade::kGouraud;
 
-    static constexpr bool Walks(int a) {
-        return a == kZ ? kHasDepth : (a == kU || a == kV) ? kTextured : kRgb;
+    static constexpr bool Walks(int lane) {
+        return lane == kX                   ? true
+               : lane == kZ                 ? kHasDepth
+               : (lane == kU || lane == kV) ? kTextured
+               : lane <= kB                 ? kRgb
+                                            : false;
     }
     // W and the perspective U, V are walked as they are; everything else in 16.16.
-    static constexpr bool Raw(int a) {
-        return a == kZ ? kReciprocal : (a == kU || a == kV) ? kPersp : false;
+    static constexpr bool Raw(int lane) {
+        return lane == kZ ? kReciprocal : (lane == kU || lane == kV) ? kPersp : false;
     }
+    // Four lanes hold x, depth, u and v; the vertex colours take eight.
+    using Lanes = std::conditional_t<kRgb, Int8, Int4>;
 };
 
-// 32-bit multiply that wraps like the machine's, for the n-step advances.
-inline int32_t MulWrap(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+template <class V, class F, std::size_t... I>
+constexpr V LanesMake(F f, std::index_sequence<I...>) {
+    return V{f(static_cast<int>(I))...};
+}
+// The lanes of V from f(lane).
+template <class V, class F>
+constexpr V LanesMake(F f) {
+    return LanesMake<V>(f, std::make_index_sequence<sizeof(V) / sizeof(int32_t)>{});
 }
 
+// A member's 16.16 lanes (all ones), and the half that a span adds to them.
+template <class M>
+inline constexpr typename M::Lanes kFixedMask = LanesMake<typename M::Lanes>([](int lane) {
+    return M::Walks(lane) && !M::Raw(lane) ? -1 : 0;
+});
+template <class M>
+inline constexpr typename M::Lanes kSpanHalf = LanesMake<typename M::Lanes>([](int lane) {
+    return lane != kX && M::Walks(lane) && !M::Raw(lane) ? 0x8000 : 0;
+});
+
+// An edge: its x and the attributes at the current row, and their steps per row.
+template <class M>
 struct Edge {
-    int32_t x, dx;  // 16.16
-    int32_t a[kAttrCount], da[kAttrCount];
+    typename M::Lanes at, step;
 };
 
 // Per-triangle constants of the pixel rules.
@@ -62,42 +89,25 @@ struct FillContext {
     ClipRectangle clip;
 };
 
+// From p down to q: 16.16 x and attributes (raw ones as they are) and their steps, each
+// difference divided by the height with truncation.
 template <class M>
-inline void EdgeStart(Edge* e, const TriSetupVertex& p, const TriSetupVertex& q,
-                      const int32_t (*attrs)[kAttrCount]) {
-    const int32_t dy = q.y - p.y;
-    e->x = p.x << 16;
-    e->dx = ((q.x - p.x) << 16) / dy;
-    for (int a = 0; a < kAttrCount; ++a) {
-        if (!M::Walks(a)) {
-            e->a[a] = e->da[a] = 0;
-            continue;
-        }
-        const int32_t from = attrs[p.index][a], to = attrs[q.index][a];
-        if (M::Raw(a)) {
-            e->a[a] = from;
-            e->da[a] = (to - from) / dy;
-        } else {
-            e->a[a] = from << 16;
-            e->da[a] = ((to - from) << 16) / dy;
-        }
-    }
+[[gnu::always_inline]] inline Edge<M> EdgeStart(const TriSetupVertex& p, const TriSetupVertex& q,
+                                                const typename M::Lanes* lanes) {
+    constexpr typename M::Lanes fixed = kFixedMask<M>;
+    const typename M::Lanes from = lanes[p.index], delta = SubWrap(lanes[q.index], from);
+    return {((from << 16) & fixed) | (from & ~fixed),
+            DivideExact(((delta << 16) & fixed) | (delta & ~fixed), q.y - p.y)};
 }
 
 template <class M>
-inline void EdgeAdvance(Edge* e, int32_t steps) {
-    e->x += MulWrap(steps, e->dx);
-    for (int a = 0; a < kAttrCount; ++a) {
-        if (M::Walks(a)) e->a[a] += MulWrap(steps, e->da[a]);
-    }
+[[gnu::always_inline]] inline void EdgeAdvance(Edge<M>* e, int32_t steps) {
+    e->at = AddWrap(e->at, MulWrap(e->step, steps));
 }
 
 template <class M>
-inline void EdgeStep(Edge* e) {
-    e->x += e->dx;
-    for (int a = 0; a < kAttrCount; ++a) {
-        if (M::Walks(a)) e->a[a] += e->da[a];
-    }
+[[gnu::always_inline]] inline void EdgeStep(Edge<M>* e) {
+    e->at = AddWrap(e->at, e->step);
 }
 
 // Texel coordinate with 6 fraction bits at a span end of the per-span perspective members.
@@ -168,7 +178,7 @@ inline uint32_t PixelColour(const FillContext& c, int32_t u, int32_t v, int32_t 
 // Draws columns x..end-1 of one row with the attributes starting at `val`.
 template <class M>
 inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int32_t x, int32_t end,
-                       const int32_t* val, const int32_t* step) {
+                       const typename M::Lanes& val, const typename M::Lanes& step) {
     if constexpr (M::kShade == FillerShade::kFlat && !M::kHasDepth && !M::kBlend) {
         // Spans of six or more pixels five at a time, the rest singly.
         uint16_t* p = row + x;
@@ -186,11 +196,13 @@ inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int3
         for (; n > 0; --n) *p++ = colour;
     } else {
         int32_t z = val[kZ], u = val[kU], v = val[kV];
-        uint32_t r = static_cast<uint32_t>(val[kR]), g = static_cast<uint32_t>(val[kG]),
-                 b = static_cast<uint32_t>(val[kB]);
         const int32_t dz = step[kZ], du = step[kU], dv = step[kV];
-        const uint32_t dr = static_cast<uint32_t>(step[kR]), dg = static_cast<uint32_t>(step[kG]),
-                       db = static_cast<uint32_t>(step[kB]);
+        uint32_t r = 0, g = 0, b = 0, dr = 0, dg = 0, db = 0;
+        if constexpr (M::kRgb) {
+            r = static_cast<uint32_t>(val[kR]), dr = static_cast<uint32_t>(step[kR]);
+            g = static_cast<uint32_t>(val[kG]), dg = static_cast<uint32_t>(step[kG]);
+            b = static_cast<uint32_t>(val[kB]), db = static_cast<uint32_t>(step[kB]);
+        }
         auto put = [&](int32_t column) {
             uint32_t s = PixelColour<M>(c, u, v, z, r, g, b);
             if constexpr (M::kBlend) {
@@ -237,24 +249,20 @@ inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int3
 
 // One row: span ends rounded half up, per-row gradients, clipping against minX / maxX.
 template <class M>
-inline void SpanDraw(const FillContext& c, const Edge& l, const Edge& r, uint16_t* row,
+inline void SpanDraw(const FillContext& c, const Edge<M>& l, const Edge<M>& r, uint16_t* row,
                      uint32_t* zrow, int clipped) {
-    int32_t left = (l.x + 0x8000) >> 16;
-    const int32_t right = (r.x + 0x8000) >> 16;
+    int32_t left = (l.at[kX] + 0x8000) >> 16;
+    const int32_t right = (r.at[kX] + 0x8000) >> 16;
     if (left >= right) return;
     const int32_t width = right - left;
-    int32_t val[kAttrCount] = {}, step[kAttrCount] = {};
-    for (int a = 0; a < kAttrCount; ++a) {
-        if (!M::Walks(a)) continue;
-        step[a] = (r.a[a] - l.a[a]) / width;
-        val[a] = M::Raw(a) ? l.a[a] : l.a[a] + 0x8000;
-    }
+    typename M::Lanes step = DivideExact(SubWrap(r.at, l.at), width);
+    typename M::Lanes val = AddWrap(l.at, kSpanHalf<M>);
     if constexpr (M::kCoords == FillerCoords::kPerspSpan) {
         // Exact texel coordinates at both ends (6 fraction bits, then 22), linear between.
-        const int32_t ul = PerspSpanEnd(l.a[kU], l.a[kZ]) << 16;
-        const int32_t vl = PerspSpanEnd(l.a[kV], l.a[kZ]) << 16;
-        const int32_t ur = PerspSpanEnd(r.a[kU], r.a[kZ]) << 16;
-        const int32_t vr = PerspSpanEnd(r.a[kV], r.a[kZ]) << 16;
+        const int32_t ul = PerspSpanEnd(l.at[kU], l.at[kZ]) << 16;
+        const int32_t vl = PerspSpanEnd(l.at[kV], l.at[kZ]) << 16;
+        const int32_t ur = PerspSpanEnd(r.at[kU], r.at[kZ]) << 16;
+        const int32_t vr = PerspSpanEnd(r.at[kV], r.at[kZ]) << 16;
         val[kU] = ul;
         val[kV] = vl;
         step[kU] = (ur - ul) / width;
@@ -265,20 +273,21 @@ inline void SpanDraw(const FillContext& c, const Edge& l, const Edge& r, uint16_
         if (end > c.clip.maxX) end = c.clip.maxX;
         if (left >= end || c.clip.minX >= end) return;
         if (left < c.clip.minX) {
-            const int32_t n = c.clip.minX - left;
-            for (int a = 0; a < kAttrCount; ++a) val[a] += n * step[a];
+            val = AddWrap(val, MulWrap(step, c.clip.minX - left));
             left = c.clip.minX;
         }
     }
     PixelsDraw<M>(c, row, zrow, left, end, val, step);
 }
 
-// Per-vertex attributes as the member walks them.
+// Per-vertex lanes as the member walks them: x, then depth (or W), u, v, r, g, b.
 template <class M>
-inline void VertexAttributes(const RasterTri* tri, int32_t (*attrs)[kAttrCount]) {
-    for (int k = 0; k < 3; ++k) {
-        const Vertex3D& tv = tri->tvlist[k];
-        int32_t* a = attrs[k];
+inline void VertexLanes(const RasterTri* tri, const TriSetup& s, typename M::Lanes* lanes) {
+    for (const TriSetupVertex& sv : s.v) {
+        const Vertex3D& tv = tri->tvlist[sv.index];
+        typename M::Lanes& a = lanes[sv.index];
+        a = typename M::Lanes{};
+        a[kX] = sv.x;
         int32_t zi = 0;
         if constexpr (M::kHasDepth) {
             zi = static_cast<int32_t>(tv.z + 0.5f);
@@ -292,7 +301,7 @@ inline void VertexAttributes(const RasterTri* tri, int32_t (*attrs)[kAttrCount])
             a[kV] = static_cast<int32_t>(tv.v);
         }
         if constexpr (M::kRgb) {
-            const uint32_t colour = tri->litColor[k];
+            const uint32_t colour = tri->litColor[sv.index];
             a[kR] = static_cast<int32_t>(((colour >> 11) & 31) * 8);
             a[kG] = static_cast<int32_t>(((colour >> 5) & 63) * 4);
             a[kB] = static_cast<int32_t>((colour & 31) * 8);
@@ -302,9 +311,9 @@ inline void VertexAttributes(const RasterTri* tri, int32_t (*attrs)[kAttrCount])
 
 template <class M>
 void FillTriangle(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
-                  int32_t depthPitch, int32_t level) {
+                  int32_t depthPitch, int32_t level, const ClipRectangle& clip) {
     TriSetup s;
-    if (!TriSetupPrepare(tri, &s)) return;
+    if (!TriSetupPrepare(tri, clip, &s)) return;
     FillContext c = {};
     if constexpr (M::kTextured) {
         // A missing texture or a width the log2 table does not hold draws nothing.
@@ -324,43 +333,44 @@ void FillTriangle(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t*
         c.blendSource = BlendTable[level];
         c.blendDest = BlendTable[7 - level];
     }
-    c.clip = gClipRectangle;
-    int32_t attrs[3][kAttrCount] = {};
-    VertexAttributes<M>(tri, attrs);
+    c.clip = clip;
+    typename M::Lanes lanes[3];
+    VertexLanes<M>(tri, s, lanes);
 
     const TriSetupVertex* v = s.v;
-    Edge l, r;
+    Edge<M> l, r;
     int32_t yBottom;
     int shortLeft = 0;
     if (s.shape == TriShape::kFlatTop) {
-        EdgeStart<M>(&l, v[0], v[2], attrs);
-        EdgeStart<M>(&r, v[1], v[2], attrs);
+        l = EdgeStart<M>(v[0], v[2], lanes);
+        r = EdgeStart<M>(v[1], v[2], lanes);
         yBottom = v[2].y;
     } else if (s.shape == TriShape::kFlatBottom) {
-        EdgeStart<M>(&l, v[0], v[1], attrs);
-        EdgeStart<M>(&r, v[0], v[2], attrs);
+        l = EdgeStart<M>(v[0], v[1], lanes);
+        r = EdgeStart<M>(v[0], v[2], lanes);
         yBottom = v[1].y;
     } else {
-        Edge longEdge, shortEdge;
-        EdgeStart<M>(&longEdge, v[0], v[2], attrs);
-        EdgeStart<M>(&shortEdge, v[0], v[1], attrs);
-        shortLeft = shortEdge.dx < longEdge.dx;
+        const Edge<M> longEdge = EdgeStart<M>(v[0], v[2], lanes);
+        const Edge<M> shortEdge = EdgeStart<M>(v[0], v[1], lanes);
+        shortLeft = shortEdge.step[kX] < longEdge.step[kX];
         l = shortLeft ? shortEdge : longEdge;
         r = shortLeft ? longEdge : shortEdge;
         yBottom = v[2].y;
     }
     const int general = s.shape == TriShape::kGeneral;
     const int32_t yMid = v[1].y;
-    Edge& shortSide = shortLeft ? l : r;
+    // The lower short edge from the middle vertex, `steps` rows on, in place of the upper.
+    auto lowerShortEdge = [&](int32_t steps) {
+        Edge<M> lower = EdgeStart<M>(v[1], v[2], lanes);
+        EdgeAdvance<M>(&lower, steps);
+        (shortLeft ? l : r) = lower;
+    };
 
     int32_t y = v[0].y;
     if (y < c.clip.minY) {
         EdgeAdvance<M>(&l, c.clip.minY - y);
         EdgeAdvance<M>(&r, c.clip.minY - y);
-        if (general && yMid < c.clip.minY) {
-            EdgeStart<M>(&shortSide, v[1], v[2], attrs);
-            EdgeAdvance<M>(&shortSide, c.clip.minY - yMid);
-        }
+        if (general && yMid < c.clip.minY) lowerShortEdge(c.clip.minY - yMid);
         y = c.clip.minY;
     }
     const int32_t yEnd = yBottom < c.clip.maxY ? yBottom : c.clip.maxY;
@@ -375,18 +385,22 @@ void FillTriangle(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t*
         zrow = depth + static_cast<intptr_t>(y) * zStride;
     }
     const int clipped = !s.allInsideX;
-    for (; y < yEnd; ++y) {
-        SpanDraw<M>(c, l, r, row, zrow, clipped);
-        EdgeStep<M>(&l);
-        EdgeStep<M>(&r);
-        row += rowStride;
-        if constexpr (M::kHasDepth) zrow += zStride;
-        if (general && y == yMid) {
-            // The knee: the lower short edge, one step below the middle vertex.
-            EdgeStart<M>(&shortSide, v[1], v[2], attrs);
-            EdgeStep<M>(&shortSide);
+    auto rows = [&](int32_t until) {
+        for (; y < until; ++y) {
+            SpanDraw<M>(c, l, r, row, zrow, clipped);
+            EdgeStep<M>(&l);
+            EdgeStep<M>(&r);
+            row += rowStride;
+            if constexpr (M::kHasDepth) zrow += zStride;
         }
+    };
+    if (general && y <= yMid && yMid < yEnd) {
+        // The knee: once row yMid is drawn, the lower short edge, one step below the
+        // middle vertex.
+        rows(yMid + 1);
+        lowerShortEdge(1);
     }
+    rows(yEnd);
 }
 
 }  // namespace raster_detail

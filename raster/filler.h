@@ -9,6 +9,7 @@
 #pragma once
 #include <cstdint>
 
+#include "display/display.h"
 #include "raster/raster_tri.h"
 
 // What the ZBuffer is used for.
@@ -46,7 +47,13 @@ using FillerDepthFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePit
 using FillerDepthBlendFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
                                     uint32_t* depth, int32_t depthPitchBytes, int32_t level);
 
-// One member of the family; exactly one of the four function pointers is set.
+// Any member with all the arguments, the clip rectangle given rather than gClipRectangle;
+// a member ignores the arguments its calling form does not take.
+using FillerAnyFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
+                             uint32_t* depth, int32_t depthPitchBytes, int32_t level,
+                             const ClipRectangle& clip);
+
+// One member of the family; exactly one of the four calling forms is set, and `draw`.
 struct FillerMember {
     int32_t number;  // 1..44
     const char* name;
@@ -58,6 +65,7 @@ struct FillerMember {
     FillerBlendFn fillBlend;
     FillerDepthFn fillDepth;
     FillerDepthBlendFn fillDepthBlend;
+    FillerAnyFn draw;
 };
 
 constexpr int32_t kFillerCount = 44;
@@ -69,6 +77,10 @@ extern const FillerMember FillerMembers[kFillerCount];
 // ignored. Does nothing for a number out of range.
 void FillerDraw(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
                 uint32_t* depth, int32_t depthPitchBytes, int32_t level);
+// The same inside `clip` (rows of a band, for instance) instead of gClipRectangle.
+void FillerDrawClipped(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
+                       uint32_t* depth, int32_t depthPitchBytes, int32_t level,
+                       const ClipRectangle& clip);
 
 // The members by number. Depth: (none), Less, Greater, Write. Blend: Blend suffix.
 void FillTexturedLess(RasterTri*, uint16_t*, int32_t, uint32_t*, int32_t);                   // 1

@@ -54,150 +54,150 @@ using M43 = Member<D::kWriteOnly, S::kGouraud, C::kNone, false>;
 using M44 = Member<D::kLess, S::kFlat, C::kNone, false, true>;
 
 void FillTexturedLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M1>(t, f, fp, z, zp, 0);
+    FillTriangle<M1>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillBilinearLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M2>(t, f, fp, z, zp, 0);
+    FillTriangle<M2>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTintLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M3>(t, f, fp, z, zp, 0);
+    FillTriangle<M3>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillLitLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M4>(t, f, fp, z, zp, 0);
+    FillTriangle<M4>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillGouraudLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M5>(t, f, fp, z, zp, 0);
+    FillTriangle<M5>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillFlat(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M6>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M6>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillTextured(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M7>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M7>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillBilinear(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M8>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M8>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillTint(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M9>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M9>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillLit(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M10>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M10>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillGouraud(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M11>(t, f, fp, nullptr, 0, 0);
+    FillTriangle<M11>(t, f, fp, nullptr, 0, 0, gClipRectangle);
 }
 void FillFlatBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M12>(t, f, fp, nullptr, 0, level);
+    FillTriangle<M12>(t, f, fp, nullptr, 0, level, gClipRectangle);
 }
 void FillTexturedBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M13>(t, f, fp, nullptr, 0, level);
+    FillTriangle<M13>(t, f, fp, nullptr, 0, level, gClipRectangle);
 }
 void FillTintBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M14>(t, f, fp, nullptr, 0, level);
+    FillTriangle<M14>(t, f, fp, nullptr, 0, level, gClipRectangle);
 }
 void FillLitBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M15>(t, f, fp, nullptr, 0, level);
+    FillTriangle<M15>(t, f, fp, nullptr, 0, level, gClipRectangle);
 }
 void FillGouraudBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M16>(t, f, fp, nullptr, 0, level);
+    FillTriangle<M16>(t, f, fp, nullptr, 0, level, gClipRectangle);
 }
 void FillFlatLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                        int32_t level) {
-    FillTriangle<M17>(t, f, fp, z, zp, level);
+    FillTriangle<M17>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                            int32_t level) {
-    FillTriangle<M18>(t, f, fp, z, zp, level);
+    FillTriangle<M18>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTintLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                        int32_t level) {
-    FillTriangle<M19>(t, f, fp, z, zp, level);
+    FillTriangle<M19>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillLitLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                       int32_t level) {
-    FillTriangle<M20>(t, f, fp, z, zp, level);
+    FillTriangle<M20>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillGouraudLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M21>(t, f, fp, z, zp, level);
+    FillTriangle<M21>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M22>(t, f, fp, z, zp, 0);
+    FillTriangle<M22>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillBilinearGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M23>(t, f, fp, z, zp, 0);
+    FillTriangle<M23>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTexturedPixelGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M24>(t, f, fp, z, zp, 0);
+    FillTriangle<M24>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTexturedSpanGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M25>(t, f, fp, z, zp, 0);
+    FillTriangle<M25>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTintPixelGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M26>(t, f, fp, z, zp, 0);
+    FillTriangle<M26>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTintSpanGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M27>(t, f, fp, z, zp, 0);
+    FillTriangle<M27>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillFlatGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M28>(t, f, fp, z, zp, 0);
+    FillTriangle<M28>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTintGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M29>(t, f, fp, z, zp, 0);
+    FillTriangle<M29>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillLitGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M30>(t, f, fp, z, zp, 0);
+    FillTriangle<M30>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillGouraudGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M31>(t, f, fp, z, zp, 0);
+    FillTriangle<M31>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillFlatGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M32>(t, f, fp, z, zp, level);
+    FillTriangle<M32>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                               int32_t level) {
-    FillTriangle<M33>(t, f, fp, z, zp, level);
+    FillTriangle<M33>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedPixelGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                    int32_t level) {
-    FillTriangle<M34>(t, f, fp, z, zp, level);
+    FillTriangle<M34>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedSpanGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                   int32_t level) {
-    FillTriangle<M35>(t, f, fp, z, zp, level);
+    FillTriangle<M35>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTintPixelGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                int32_t level) {
-    FillTriangle<M36>(t, f, fp, z, zp, level);
+    FillTriangle<M36>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTintSpanGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                               int32_t level) {
-    FillTriangle<M37>(t, f, fp, z, zp, level);
+    FillTriangle<M37>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTintGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M38>(t, f, fp, z, zp, level);
+    FillTriangle<M38>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillLitGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                          int32_t level) {
-    FillTriangle<M39>(t, f, fp, z, zp, level);
+    FillTriangle<M39>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillGouraudGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                              int32_t level) {
-    FillTriangle<M40>(t, f, fp, z, zp, level);
+    FillTriangle<M40>(t, f, fp, z, zp, level, gClipRectangle);
 }
 void FillTexturedWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M41>(t, f, fp, z, zp, 0);
+    FillTriangle<M41>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillTintWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M42>(t, f, fp, z, zp, 0);
+    FillTriangle<M42>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillGouraudWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M43>(t, f, fp, z, zp, 0);
+    FillTriangle<M43>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 void FillFlatLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M44>(t, f, fp, z, zp, 0);
+    FillTriangle<M44>(t, f, fp, z, zp, 0, gClipRectangle);
 }
 
 // A table entry whose properties come from the same build-time choices as the function.
@@ -205,8 +205,8 @@ template <class M>
 static constexpr FillerMember Entry(int32_t number, const char* name, FillerFn fill,
                                     FillerBlendFn fillBlend, FillerDepthFn fillDepth,
                                     FillerDepthBlendFn fillDepthBlend) {
-    return {number, name,      M::kDepth, M::kShade,     M::kCoords, M::kBlend ? 1 : 0,
-            fill,   fillBlend, fillDepth, fillDepthBlend};
+    return {number, name,      M::kDepth, M::kShade,      M::kCoords,     M::kBlend ? 1 : 0,
+            fill,   fillBlend, fillDepth, fillDepthBlend, FillTriangle<M>};
 }
 
 const FillerMember FillerMembers[kFillerCount] = {
@@ -261,12 +261,14 @@ const FillerMember FillerMembers[kFillerCount] = {
 
 void FillerDraw(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
                 uint32_t* depth, int32_t depthPitchBytes, int32_t level) {
+    FillerDrawClipped(number, tri, frame, framePitchBytes, depth, depthPitchBytes, level,
+                      gClipRectangle);
+}
+
+void FillerDrawClipped(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
+                       uint32_t* depth, int32_t depthPitchBytes, int32_t level,
+                       const ClipRectangle& clip) {
     if (number < 1 || number > kFillerCount) return;
-    const FillerMember& m = FillerMembers[number - 1];
-    if (m.fill) m.fill(tri, frame, framePitchBytes);
-    if (m.fillBlend) m.fillBlend(tri, frame, framePitchBytes, level);
-    if (m.fillDepth) m.fillDepth(tri, frame, framePitchBytes, depth, depthPitchBytes);
-    if (m.fillDepthBlend) {
-        m.fillDepthBlend(tri, frame, framePitchBytes, depth, depthPitchBytes, level);
-    }
+    FillerMembers[number - 1].draw(tri, frame, framePitchBytes, depth, depthPitchBytes, level,
+                                   clip);
 }

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "display/display.h"
-
 // Rounding toward zero of c + 0.5: half up for non-negative coordinates, negative ones
 // toward zero (deliberate). The sum is formed in single precision, as the renderer's
 // floating-point setting has it.
@@ -13,14 +11,13 @@ static float SnapCoordinate(float c) {
     return std::trunc(c + 0.5f);
 }
 
-int TriSetupPrepare(RasterTri* tri, TriSetup* setup) {
+int TriSetupPrepare(RasterTri* tri, const ClipRectangle& clip, TriSetup* setup) {
     Vertex3D* tv = tri->tvlist;
     for (int k = 0; k < 3; ++k) {
         tv[k].x = SnapCoordinate(tv[k].x);
         tv[k].y = SnapCoordinate(tv[k].y);
     }
 
-    const ClipRectangle& clip = gClipRectangle;
     const float minX = static_cast<float>(clip.minX), maxX = static_cast<float>(clip.maxX);
     const float minY = static_cast<float>(clip.minY), maxY = static_cast<float>(clip.maxY);
     if (tv[0].y < minY && tv[1].y < minY && tv[2].y < minY) return 0;

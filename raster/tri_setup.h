@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 
+#include "display/display.h"
 #include "raster/raster_tri.h"
 
 enum class TriShape : int32_t {
@@ -23,6 +24,6 @@ struct TriSetup {
 };
 
 // Snaps x and y of the three screen vertices (trunc(c + 0.5), written back into the
-// record), rejects a triangle wholly outside gClipRectangle, sorts and classifies it and
-// drops it when degenerate. Returns 1 with `setup` filled, or 0 when nothing is drawn.
-int TriSetupPrepare(RasterTri* tri, TriSetup* setup);
+// record), rejects a triangle wholly outside `clip`, sorts and classifies it and drops it
+// when degenerate. Returns 1 with `setup` filled, or 0 when nothing is drawn.
+int TriSetupPrepare(RasterTri* tri, const ClipRectangle& clip, TriSetup* setup);

@@ -1,7 +1,7 @@
 // The whole DemoFrame's work in headless Chromium, frame by frame over one full 115-s
 // cycle on the page's virtual clock (?virtual: 25 ms a frame, as bench_frame runs it),
-// beside the native bench_frame on the same machine, in alternating rounds: median, p99
-// and worst per scene, and the ratio of the medians. Each figure is the best of the
+// beside the native bench_frame on one thread (the page has one) on the same machine, in
+// alternating rounds: median, p99 and worst per scene, and the ratio of the medians. Each figure is the best of the
 // rounds, since other work on the machine only ever adds time. The page's frame
 // includes its present (scaling, 5.6.5 to RGBA, the canvas); bench_frame presents to a
 // null sink.
@@ -25,7 +25,7 @@ const kFrames = 115000 / 25;
 
 // { name: [median, p99, worst] } from bench_frame's table.
 async function nativeRound() {
-  const { stdout } = await promisify(execFile)(kNative, ["1"]);
+  const { stdout } = await promisify(execFile)(kNative, ["--threads", "1"]);
   const figures = {};
   for (const line of stdout.split("\n")) {
     const m = /^(\S+)\s+\d+\s+([\d.]+)\s+([\d.]+)\s+([\d.]+)$/.exec(line);

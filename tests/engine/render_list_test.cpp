@@ -49,6 +49,23 @@ TEST(RenderList, InsertionCopiesPolygonAndVerticesLinksRecordsAndRefusesTheOverf
     EXPECT_EQ(list->polyData[0].next, &list->polyData[1]);
     EXPECT_EQ(list->polyData[1].next, nullptr);
 
+    // Left for later, the record is written only when filled, from the same polygon and
+    // the vertex list it was inserted with (the object's own list is back by then).
+    auto late = std::make_unique<RenderList>();
+    late->attr = kRenderListLate;
+    ASSERT_EQ(RenderListInsertObject(late.get(), &obj, 0), 1);
+    EXPECT_TRUE(late->numPolys == 1 && late->polyData[0].color == 0);
+    RenderListRecordFill(late.get(), 0);
+    const RasterTri& filled = late->polyData[0];
+    EXPECT_TRUE(filled.state == tri.state && filled.attr == tri.attr && filled.color == tri.color &&
+                filled.litColor[2] == 77 && filled.normalLength == 2.5f);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(filled.vlist[i].x == tri.vlist[i].x && filled.tvlist[i].y == tri.tvlist[i].y);
+    }
+    late->polyData[0] = {};
+    RenderListRecordFill(late.get(), 0);  // written once only
+    EXPECT_EQ(late->polyData[0].color, 0u);
+
     while (list->numPolys < kRenderListCapacity) RenderListInsertPoly(list.get(), &obj.plist[0]);
     EXPECT_EQ(RenderListInsertPoly(list.get(), &obj.plist[0]), 0);
     EXPECT_EQ(RenderListInsertTri(list.get(), &tri), 0);

@@ -28,6 +28,12 @@ cmp -s "$work/a/frame_000080.png" "$work/d/frame_000000.png" || fail "--start 20
 "$capture" --out "$work/e" --at 2000 --png 2>/dev/null
 cmp -s "$work/a/frame_000080.png" "$work/e/shot_002000.png" || fail "--at 2000 differs"
 
+# One thread draws what two do, in every scene (two frames a second of a whole cycle).
+"$capture" --out "$work/t1" --fps 2 --threads 1 --sums "$work/t1.sums" 2>/dev/null
+"$capture" --out "$work/t2" --fps 2 --threads 2 --sums "$work/t2.sums" 2>/dev/null
+[ "$(wc -l < "$work/t1.sums")" -eq 230 ] || fail "a cycle at 2 fps is not 230 frames"
+cmp -s "$work/t1.sums" "$work/t2.sums" || fail "one thread and two draw different frames"
+
 # Bad arguments: a message naming the problem, status 1, nothing left behind.
 expect_error() {
   local pattern=$1; shift
@@ -36,6 +42,7 @@ expect_error() {
 }
 expect_error "needs a whole number" --out "$work/f" --fps abc
 expect_error "1 to 40" --out "$work/f" --fps 60
+expect_error "1 to 2" --out "$work/f" --threads 3
 expect_error "above 0" --out "$work/f" --seconds -2
 expect_error "less than one frame" --out "$work/f" --seconds 1e-9
 expect_error "4-GB limit" --out "$work/f" --seconds 30000

@@ -28,7 +28,7 @@ namespace {
 
 const char kUsage[] =
     "usage: capture --out DIR [--seconds N] [--start MS] [--fps N] [--mp4 FILE] [--png]\n"
-    "               [--scale 1|2|3]\n"
+    "               [--scale 1|2|3] [--threads 1|2]\n"
     "       capture --at MS --png --out DIR\n"
     "Renders the intro offline: the same start-up, frames, overlay and music as the live\n"
     "intro, on a virtual clock, so the same command always gives the same files.\n"
@@ -40,6 +40,8 @@ const char kUsage[] =
     "  --png         write every frame as DIR/frame_NNNNNN.png\n"
     "  --mp4 FILE    encode the frames and the music to an H.264 + AAC MP4 (needs ffmpeg)\n"
     "  --scale K     enlarge frames K times with crisp pixels (1, 2 or 3; default 1)\n"
+    "  --threads N   draw each frame on 1 or 2 threads (default 2, as the intro does);\n"
+    "                the pictures are the same either way\n"
     "  --at MS       write the single frame shown at MS of the show as DIR/shot_MS.png\n"
     "  --sums FILE   also write one line per recorded frame: its number and a 64-bit\n"
     "                FNV-1a hash of its picture (what the output checksums compare)\n"
@@ -63,6 +65,7 @@ struct Options {
     long atMs = -1;
     int fps = 40;
     int scale = 1;
+    int threads = 2;
     bool png = false;
 };
 
@@ -131,6 +134,10 @@ const OptionSpec kOptions[] = {
     {"--scale", true,
      [](Options* o, const char* v) {
          o->scale = static_cast<int>(ParseInteger("--scale", v, 1, 3));
+     }},
+    {"--threads", true,
+     [](Options* o, const char* v) {
+         o->threads = static_cast<int>(ParseInteger("--threads", v, 1, 2));
      }},
 };
 
@@ -364,6 +371,7 @@ int main(int argc, char** argv) {
     HeadlessWaveSetOpenFails(1);
     HeadlessDisplaySetSink(FrameSink, nullptr);
     AppInit();
+    DemoFrameSetThreads(o.threads);
     const char* reason = "";
     if (!MusicRenderOpen(kTuneXm, static_cast<uint32_t>(kTuneXm_size), kMusicSourceMemory, &reason))
         Die(std::string("the intro's tune cannot be played: ") + reason);
