@@ -2,7 +2,6 @@
 // with 32.32 positions, linear interpolation, forward and ping-pong loops and ramps.
 #include "music/mixer.h"
 
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -149,24 +148,25 @@ int64_t MixFrames(const int16_t* data, int64_t last, int64_t position, int64_t d
 }
 
 // Four frames a pass through the lanes, for passes inside the data. Each lane does
-// exactly the float work of one frame of MixFrames; the sample pair of a frame is one
-// 32-bit read (data[i] in the low half: every target is little-endian).
+// exactly the float work of one frame of MixFrames; a frame's two samples are one
+// 8-byte read from the sample's float copy.
+typedef float Float2 __attribute__((vector_size(8)));
 typedef float Float4 __attribute__((vector_size(16)));
 typedef int32_t Int4 __attribute__((vector_size(16)));
 typedef uint32_t Word4 __attribute__((vector_size(16)));
-static_assert(std::endian::native == std::endian::little);
 
-inline int32_t SamplePair(const int16_t* data, int64_t position) {
-    int32_t pair;
-    std::memcpy(&pair, data + (position >> 32), sizeof pair);
-    return pair;
+inline Float4 SamplePairs(const float* values, int64_t a, int64_t b) {
+    Float2 first, second;
+    std::memcpy(&first, values + (a >> 32), sizeof first);
+    std::memcpy(&second, values + (b >> 32), sizeof second);
+    return __builtin_shufflevector(first, second, 0, 1, 2, 3);
 }
 
 // Ramped, lanes 0-1 of a gain vector hold one frame's left and right gains and lanes
 // 2-3 the next frame's; adding the step to every lane twice moves on by two frames,
 // each lane still the same sequential chain of additions as the scalar loop's.
 template <bool kRamped>
-int64_t MixQuads(const int16_t* data, int64_t position, int64_t delta, float* left, float* right,
+int64_t MixQuads(const float* values, int64_t position, int64_t delta, float* left, float* right,
                  float stepLeft, float stepRight, float* out, uint32_t quads) {
     constexpr float kFractionScale = 1.0f / 2147483648.0f;
     const Float4 step = {stepLeft, stepRight, stepLeft, stepRight};
@@ -177,14 +177,11 @@ int64_t MixQuads(const int16_t* data, int64_t position, int64_t delta, float* le
                       static_cast<uint32_t>(position + 3 * delta)};
     const uint32_t fractionStep = static_cast<uint32_t>(4 * delta);
     for (float* const end = out + 8 * static_cast<size_t>(quads); out != end; out += 8) {
-        const Int4 pairs = {SamplePair(data, position), SamplePair(data, position + delta),
-                            SamplePair(data, position + 2 * delta),
-                            SamplePair(data, position + 3 * delta)};
+        const Float4 pairs01 = SamplePairs(values, position, position + delta);
+        const Float4 pairs23 = SamplePairs(values, position + 2 * delta, position + 3 * delta);
         position += 4 * delta;
-        const Float4 s0 = __builtin_convertvector(
-            __builtin_convertvector(__builtin_convertvector(pairs, Word4) << 16, Int4) >> 16,
-            Float4);
-        const Float4 s1 = __builtin_convertvector(pairs >> 16, Float4);
+        const Float4 s0 = __builtin_shufflevector(pairs01, pairs23, 0, 2, 4, 6);
+        const Float4 s1 = __builtin_shufflevector(pairs01, pairs23, 1, 3, 5, 7);
         const Float4 f =
             __builtin_convertvector(__builtin_convertvector(fraction >> 1, Int4), Float4) *
             kFractionScale;
@@ -214,7 +211,7 @@ int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left,
     const int64_t low = (delta < 0 ? last : position) >> 32;
     const int64_t high = ((delta < 0 ? position : last) >> 32) + 1;
     if (low >= 0 && high <= s->length) {
-        position = MixQuads<kRamped>(s->data, position, delta, left, right, stepLeft, stepRight,
+        position = MixQuads<kRamped>(s->values, position, delta, left, right, stepLeft, stepRight,
                                      out, frames / 4);
         return MixFrames<kRamped, false>(s->data, s->length, position, delta, left, right, stepLeft,
                                          stepRight, out + 8 * (frames / 4), frames % 4);
