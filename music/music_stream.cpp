@@ -83,16 +83,37 @@ uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
     return ((bytesPlayed / 4) % kMusicRingFrames) / kMusicSliceFrames;
 }
 
+namespace {
+
+typedef float Float4 __attribute__((vector_size(16)));
+typedef int32_t Int4 __attribute__((vector_size(16)));
+typedef int16_t Short4 __attribute__((vector_size(8)));
+
+// Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
+// integer in the processor's rounding mode (nearest, ties to even), without a library
+// call; the clamped value then converts exactly. The clamps keep a NaN, as the scalar
+// comparisons do, so lanes and scalar tail give the same 16 bits for every input.
+constexpr float kRound = 12582912.0f;
+
+template <typename T>
+T ConvertClamped(T v) {
+    v = v < -32768.0f ? T{} - 32768.0f : v;
+    v = v > 32767.0f ? T{} + 32767.0f : v;
+    return (v + kRound) - kRound;
+}
+
+}  // namespace
+
 void MusicConvert(const float* in, int16_t* out, uint32_t count) {
-    // Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
-    // integer in the processor's rounding mode (nearest, ties to even), without a
-    // library call; the clamped value then converts exactly.
-    constexpr float kRound = 12582912.0f;
-    for (uint32_t i = 0; i < count; ++i) {
-        float v = in[i];
-        v = v < -32768.0f ? -32768.0f : v > 32767.0f ? 32767.0f : v;
-        out[i] = static_cast<int16_t>((v + kRound) - kRound);
+    uint32_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        Float4 v;
+        std::memcpy(&v, in + i, sizeof v);
+        const Short4 s =
+            __builtin_convertvector(__builtin_convertvector(ConvertClamped(v), Int4), Short4);
+        std::memcpy(out + i, &s, sizeof s);
     }
+    for (; i < count; ++i) out[i] = static_cast<int16_t>(ConvertClamped(in[i]));
 }
 
 void RenderSlice() {
