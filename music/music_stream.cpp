@@ -18,7 +18,8 @@ struct PositionRecord {
 XmModule gModule;
 XmPlayer gPlayer;
 MusicSource gSource;
-float gAccumulator[kMusicRingFrames * 2];
+// One slice is mixed at a time: its accumulator stays in the cache.
+float gAccumulator[kMusicSliceFrames * 2];
 int16_t gRing[kMusicRingFrames * 2];
 PositionRecord gPositions[kMusicSlices];
 
@@ -119,14 +120,13 @@ void MusicConvert(const float* in, int16_t* out, uint32_t count) {
 void RenderSlice() {
     const uint32_t slice = gNextSlice.load(std::memory_order_relaxed);
     const uint32_t first = slice * kMusicSliceFrames;
-    float* accumulator = gAccumulator + 2 * first;
-    std::memset(accumulator, 0, kMusicSliceFrames * 2 * sizeof(float));
-    XmPlayerRender(&gPlayer, accumulator, kMusicSliceFrames);
+    std::memset(gAccumulator, 0, sizeof gAccumulator);
+    XmPlayerRender(&gPlayer, gAccumulator, kMusicSliceFrames);
     PositionRecord& record = gPositions[slice];
     record.order.store(static_cast<uint8_t>(gPlayer.order), std::memory_order_relaxed);
     record.row.store(static_cast<uint8_t>(gPlayer.row), std::memory_order_relaxed);
     record.ms.store(gPlayer.elapsedMs, std::memory_order_relaxed);
-    MusicConvert(accumulator, gRing + 2 * first, kMusicSliceFrames * 2);
+    MusicConvert(gAccumulator, gRing + 2 * first, kMusicSliceFrames * 2);
     gNextSlice.store((slice + 1) % kMusicSlices, std::memory_order_relaxed);
 }
 
