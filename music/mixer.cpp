@@ -273,10 +273,12 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         }
         uint64_t step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
         if (step24 == 0) step24 = 97391;
-        if (distance < (int64_t{1} << 56)) {
+        const uint64_t stride = step24 * 256;
+        // Far from the end (more than n strides), the pass needs no division to know.
+        const bool far = n < (1u << 24) && distance > static_cast<int64_t>(n * stride);
+        if (!far && distance < (int64_t{1} << 56)) {
             uint64_t toEnd = 0;
-            if (distance > 0)
-                toEnd = (static_cast<uint64_t>(distance) + step24 * 256 - 1) / (step24 * 256);
+            if (distance > 0) toEnd = (static_cast<uint64_t>(distance) + stride - 1) / stride;
             // Standing exactly on the loop start going backward: that frame is mixed,
             // then the voice turns (otherwise it would never move again).
             if (distance == 0 && v->direction) toEnd = 1;
