@@ -148,17 +148,20 @@ int64_t MixFrames(const int16_t* data, int64_t last, int64_t position, int64_t d
 }
 
 // Four frames a pass through the lanes, for passes inside the data. Each lane does
-// exactly the float work of one frame of MixFrames; a frame's two samples are one
-// 8-byte read from the sample's float copy.
+// exactly the float work of one frame of MixFrames; a frame's sample and difference
+// to the next are one 8-byte read from the sample's float pairs. The difference comes
+// scaled by 2^-31 instead of the fraction: scaling by a power of two commutes with the
+// rounding of the product (no result comes near the float range's ends), so the
+// product is the same float.
 typedef float Float2 __attribute__((vector_size(8)));
 typedef float Float4 __attribute__((vector_size(16)));
 typedef int32_t Int4 __attribute__((vector_size(16)));
 typedef uint32_t Word4 __attribute__((vector_size(16)));
 
-inline Float4 SamplePairs(const float* values, int64_t a, int64_t b) {
+inline Float4 TwoPairs(const float* pairs, int64_t a, int64_t b) {
     Float2 first, second;
-    std::memcpy(&first, values + (a >> 32), sizeof first);
-    std::memcpy(&second, values + (b >> 32), sizeof second);
+    std::memcpy(&first, pairs + 2 * (a >> 32), sizeof first);
+    std::memcpy(&second, pairs + 2 * (b >> 32), sizeof second);
     return __builtin_shufflevector(first, second, 0, 1, 2, 3);
 }
 
@@ -166,9 +169,8 @@ inline Float4 SamplePairs(const float* values, int64_t a, int64_t b) {
 // 2-3 the next frame's; adding the step to every lane twice moves on by two frames,
 // each lane still the same sequential chain of additions as the scalar loop's.
 template <bool kRamped>
-int64_t MixQuads(const float* values, int64_t position, int64_t delta, float* left, float* right,
+int64_t MixQuads(const float* pairs, int64_t position, int64_t delta, float* left, float* right,
                  float stepLeft, float stepRight, float* out, uint32_t quads) {
-    constexpr float kFractionScale = 1.0f / 2147483648.0f;
     const Float4 step = {stepLeft, stepRight, stepLeft, stepRight};
     Float4 gains = {*left, *right, *left, *right};
     if (kRamped) gains = Float4{*left, *right, *left + stepLeft, *right + stepRight};
@@ -177,16 +179,15 @@ int64_t MixQuads(const float* values, int64_t position, int64_t delta, float* le
                       static_cast<uint32_t>(position + 3 * delta)};
     const uint32_t fractionStep = static_cast<uint32_t>(4 * delta);
     for (float* const end = out + 8 * static_cast<size_t>(quads); out != end; out += 8) {
-        const Float4 pairs01 = SamplePairs(values, position, position + delta);
-        const Float4 pairs23 = SamplePairs(values, position + 2 * delta, position + 3 * delta);
+        const Float4 pairs01 = TwoPairs(pairs, position, position + delta);
+        const Float4 pairs23 = TwoPairs(pairs, position + 2 * delta, position + 3 * delta);
         position += 4 * delta;
         const Float4 s0 = __builtin_shufflevector(pairs01, pairs23, 0, 2, 4, 6);
-        const Float4 s1 = __builtin_shufflevector(pairs01, pairs23, 1, 3, 5, 7);
+        const Float4 difference = __builtin_shufflevector(pairs01, pairs23, 1, 3, 5, 7);
         const Float4 f =
-            __builtin_convertvector(__builtin_convertvector(fraction >> 1, Int4), Float4) *
-            kFractionScale;
+            __builtin_convertvector(__builtin_convertvector(fraction >> 1, Int4), Float4);
         fraction += fractionStep;
-        const Float4 value = s0 + (s1 - s0) * f;
+        const Float4 value = s0 + difference * f;
         Float4 low, high;
         std::memcpy(&low, out, sizeof low);
         std::memcpy(&high, out + 4, sizeof high);
@@ -211,7 +212,7 @@ int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left,
     const int64_t low = (delta < 0 ? last : position) >> 32;
     const int64_t high = ((delta < 0 ? position : last) >> 32) + 1;
     if (low >= 0 && high <= s->length) {
-        position = MixQuads<kRamped>(s->values, position, delta, left, right, stepLeft, stepRight,
+        position = MixQuads<kRamped>(s->pairs, position, delta, left, right, stepLeft, stepRight,
                                      out, frames / 4);
         return MixFrames<kRamped, false>(s->data, s->length, position, delta, left, right, stepLeft,
                                          stepRight, out + 8 * (frames / 4), frames % 4);
@@ -333,8 +334,10 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         if (reachesEnd) {
             if (s->loopType == 1) {
                 if (position >= loopEnd) {
+                    // Most passes overshoot by less than a loop: no division then.
                     const int64_t length = loopEnd - loopStart;
-                    position -= ((position - loopEnd) / length + 1) * length;
+                    const int64_t over = position - loopEnd;
+                    position -= (over < length ? 1 : over / length + 1) * length;
                 }
             } else if (XmSampleLoopsBack(s)) {
                 PingPongReflect(v, &position, loopStart, loopEnd);
