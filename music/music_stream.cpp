@@ -88,7 +88,7 @@ namespace {
 
 typedef float Float4 __attribute__((vector_size(16)));
 typedef int32_t Int4 __attribute__((vector_size(16)));
-typedef int16_t Short4 __attribute__((vector_size(8)));
+typedef int16_t Short8 __attribute__((vector_size(16)));
 
 // Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
 // integer in the processor's rounding mode (nearest, ties to even), without a library
@@ -107,11 +107,16 @@ T ConvertClamped(T v) {
 
 void MusicConvert(const float* in, int16_t* out, uint32_t count) {
     uint32_t i = 0;
-    for (; i + 4 <= count; i += 4) {
-        Float4 v;
-        std::memcpy(&v, in + i, sizeof v);
-        const Short4 s =
-            __builtin_convertvector(__builtin_convertvector(ConvertClamped(v), Int4), Short4);
+    for (; i + 8 <= count; i += 8) {
+        Float4 low, high;
+        std::memcpy(&low, in + i, sizeof low);
+        std::memcpy(&high, in + i + 4, sizeof high);
+        // The low 16 bits of each 32-bit lane, as the scalar conversion keeps them.
+        const Short8 a =
+            reinterpret_cast<Short8>(__builtin_convertvector(ConvertClamped(low), Int4));
+        const Short8 b =
+            reinterpret_cast<Short8>(__builtin_convertvector(ConvertClamped(high), Int4));
+        const Short8 s = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
         std::memcpy(out + i, &s, sizeof s);
     }
     for (; i < count; ++i) out[i] = static_cast<int16_t>(ConvertClamped(in[i]));
