@@ -294,9 +294,12 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
               v->targetRight == v->lastTargetRight)) {
             v->lastTargetLeft = v->targetLeft;
             v->lastTargetRight = v->targetRight;
-            v->rampLeft = static_cast<float>(v->targetLeft - v->gainLeft) / 32640.0f;
-            v->rampRight = static_cast<float>(v->targetRight - v->gainRight) / 32640.0f;
             const int differs = v->targetLeft != v->gainLeft || v->targetRight != v->gainRight;
+            // Gains at their targets (most passes) step by +0: no divisions for them.
+            v->rampLeft =
+                differs ? static_cast<float>(v->targetLeft - v->gainLeft) / 32640.0f : 0.0f;
+            v->rampRight =
+                differs ? static_cast<float>(v->targetRight - v->gainRight) / 32640.0f : 0.0f;
             v->rampFrames = differs ? kMixRampFrames : 0;
         }
         const int ramping = v->rampFrames > 0;
