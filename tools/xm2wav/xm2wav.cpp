@@ -27,7 +27,7 @@ constexpr size_t kMaxStreamBytes = 256u << 20;
 constexpr uint32_t kFadeFrames = 128;
 // Frames gathered before they are written: a write a slice (3.5 KB) made system calls
 // a third of a render's time.
-constexpr uint32_t kWriteFrames = 4096;
+constexpr uint32_t kWriteFrames = kWavWriteFrames;
 
 const char kUsage[] =
     "usage: xm2wav IN.xm OUT.wav [--seconds N] [--loops N]\n"
