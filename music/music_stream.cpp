@@ -97,29 +97,35 @@ typedef int16_t Short8 __attribute__((vector_size(16)));
 constexpr float kRound = 12582912.0f;
 
 template <typename T>
-T ConvertClamped(T v) {
-    v = v < -32768.0f ? T{} - 32768.0f : v;
-    v = v > 32767.0f ? T{} + 32767.0f : v;
+T ConvertClamped(T v, T low, T high) {
+    v = v < low ? low : v;
+    v = v > high ? high : v;
     return (v + kRound) - kRound;
 }
 
 }  // namespace
 
+// The clamp's limits, never written. Read from memory, they let GCC make each clamp of
+// the lanes one min or max instruction; against constants it compares and blends.
+float gMusicConvertLimits[2] = {-32768.0f, 32767.0f};
+
 void MusicConvert(const float* in, int16_t* out, uint32_t count) {
+    const float low = gMusicConvertLimits[0], high = gMusicConvertLimits[1];
+    const Float4 lanesLow = Float4{} + low, lanesHigh = Float4{} + high;
     uint32_t i = 0;
     for (; i + 8 <= count; i += 8) {
-        Float4 low, high;
-        std::memcpy(&low, in + i, sizeof low);
-        std::memcpy(&high, in + i + 4, sizeof high);
+        Float4 first, second;
+        std::memcpy(&first, in + i, sizeof first);
+        std::memcpy(&second, in + i + 4, sizeof second);
         // The low 16 bits of each 32-bit lane, as the scalar conversion keeps them.
-        const Short8 a =
-            reinterpret_cast<Short8>(__builtin_convertvector(ConvertClamped(low), Int4));
-        const Short8 b =
-            reinterpret_cast<Short8>(__builtin_convertvector(ConvertClamped(high), Int4));
+        const Short8 a = reinterpret_cast<Short8>(
+            __builtin_convertvector(ConvertClamped(first, lanesLow, lanesHigh), Int4));
+        const Short8 b = reinterpret_cast<Short8>(
+            __builtin_convertvector(ConvertClamped(second, lanesLow, lanesHigh), Int4));
         const Short8 s = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
         std::memcpy(out + i, &s, sizeof s);
     }
-    for (; i < count; ++i) out[i] = static_cast<int16_t>(ConvertClamped(in[i]));
+    for (; i < count; ++i) out[i] = static_cast<int16_t>(ConvertClamped(in[i], low, high));
 }
 
 void RenderSlice() {
