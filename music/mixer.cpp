@@ -225,17 +225,18 @@ int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left,
 
 // Brings a position that ran out of a ping-pong loop back inside, turning at each edge.
 // Two reflections in a row move the position by exactly twice the loop length, so long
-// runs are folded at once.
+// runs are folded at once (a division only for those: most overshoots are short).
 void PingPongReflect(MixVoice* v, int64_t* position, int64_t loopStart, int64_t loopEnd) {
     const int64_t twice = 2 * (loopEnd - loopStart);
+    const auto folded = [twice](int64_t over) { return over < twice ? 0 : over / twice * twice; };
     int64_t p = *position;
     for (;;) {
         if (p >= loopEnd) {
-            p -= (p - loopEnd) / twice * twice;
+            p -= folded(p - loopEnd);
             p = loopEnd - (p - loopEnd) - 1;
             v->direction = 1;
         } else if (p < loopStart) {
-            p += (loopStart - p - 1) / twice * twice;
+            p += folded(loopStart - p - 1);
             p = loopStart + (loopStart - p) - 1;
             v->direction = 0;
         } else {
