@@ -10,8 +10,8 @@
 
 // The most stereo frames a WAV file can hold (its sizes are 32-bit).
 constexpr uint64_t kWavMaxFrames = (0xFFFFFFFFu - 36) / 4;
-// Frames a write carries at most (64 KB): fewer, larger writes spend less time in the
-// system; callers that gather frames gather this many.
+// Frames worth gathering for one write (64 KB): fewer, larger writes spend less time
+// in the system. Also the most a write carries on hosts that must reorder the bytes.
 constexpr uint32_t kWavWriteFrames = 16384;
 
 struct WavFile {
