@@ -278,8 +278,9 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         uint64_t step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
         if (step24 == 0) step24 = 97391;
         const uint64_t stride = step24 * 256;
-        // Far from the end (more than n strides), the pass needs no division to know.
-        const bool far = n < (1u << 24) && distance > static_cast<int64_t>(n * stride);
+        // Far from the end (more than n strides), the pass needs no division to know
+        // (stride < 2^40: below 2^23 frames the product stays under 2^63).
+        const bool far = n < (1u << 23) && distance > static_cast<int64_t>(n * stride);
         if (!far && distance < (int64_t{1} << 56)) {
             uint64_t toEnd = 0;
             if (distance > 0) toEnd = (static_cast<uint64_t>(distance) + stride - 1) / stride;
