@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "music/xm_player.h"
 
@@ -146,6 +147,64 @@ int64_t MixFrames(const int16_t* data, int64_t last, int64_t position, int64_t d
     return position;
 }
 
+// Four frames a pass through the lanes, for passes inside the data. Each lane does
+// exactly the float work of one frame of MixFrames; a frame's sample and difference
+// to the next are one 8-byte read from the sample's float pairs. The difference comes
+// scaled by 2^-31 instead of the fraction: scaling by a power of two commutes with the
+// rounding of the product (no result comes near the float range's ends), so the
+// product is the same float.
+typedef float Float2 __attribute__((vector_size(8)));
+typedef float Float4 __attribute__((vector_size(16)));
+typedef int32_t Int4 __attribute__((vector_size(16)));
+typedef uint32_t Word4 __attribute__((vector_size(16)));
+
+inline Float4 TwoPairs(const float* pairs, int64_t a, int64_t b) {
+    Float2 first, second;
+    std::memcpy(&first, pairs + 2 * (a >> 32), sizeof first);
+    std::memcpy(&second, pairs + 2 * (b >> 32), sizeof second);
+    return __builtin_shufflevector(first, second, 0, 1, 2, 3);
+}
+
+// Ramped, lanes 0-1 of a gain vector hold one frame's left and right gains and lanes
+// 2-3 the next frame's; adding the step to every lane twice moves on by two frames,
+// each lane still the same sequential chain of additions as the scalar loop's.
+template <bool kRamped>
+int64_t MixQuads(const float* pairs, int64_t position, int64_t delta, float* left, float* right,
+                 float stepLeft, float stepRight, float* out, uint32_t quads) {
+    const Float4 step = {stepLeft, stepRight, stepLeft, stepRight};
+    Float4 gains = {*left, *right, *left, *right};
+    if (kRamped) gains = Float4{*left, *right, *left + stepLeft, *right + stepRight};
+    Word4 fraction = {static_cast<uint32_t>(position), static_cast<uint32_t>(position + delta),
+                      static_cast<uint32_t>(position + 2 * delta),
+                      static_cast<uint32_t>(position + 3 * delta)};
+    const uint32_t fractionStep = static_cast<uint32_t>(4 * delta);
+    // Unrolled twice: renders measured about a tenth faster.
+#pragma GCC unroll 2
+    for (float* const end = out + 8 * static_cast<size_t>(quads); out != end; out += 8) {
+        const Float4 pairs01 = TwoPairs(pairs, position, position + delta);
+        const Float4 pairs23 = TwoPairs(pairs, position + 2 * delta, position + 3 * delta);
+        position += 4 * delta;
+        const Float4 s0 = __builtin_shufflevector(pairs01, pairs23, 0, 2, 4, 6);
+        const Float4 difference = __builtin_shufflevector(pairs01, pairs23, 1, 3, 5, 7);
+        const Float4 f =
+            __builtin_convertvector(__builtin_convertvector(fraction >> 1, Int4), Float4);
+        fraction += fractionStep;
+        const Float4 value = s0 + difference * f;
+        Float4 low, high;
+        std::memcpy(&low, out, sizeof low);
+        std::memcpy(&high, out + 4, sizeof high);
+        const Float4 gainsNext = kRamped ? gains + step + step : gains;
+        low += __builtin_shufflevector(value, value, 0, 0, 1, 1) * gains;
+        high += __builtin_shufflevector(value, value, 2, 2, 3, 3) * gainsNext;
+        std::memcpy(out, &low, sizeof low);
+        std::memcpy(out + 4, &high, sizeof high);
+        if (kRamped) gains = gainsNext + step + step;
+    }
+    *left = gains[0];
+    *right = gains[1];
+    return position;
+}
+
 template <bool kRamped>
 int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left, float* right,
                 float stepLeft, float stepRight, float* out, uint32_t frames) {
@@ -154,26 +213,30 @@ int64_t MixPass(const XmSample* s, int64_t position, int64_t delta, float* left,
     const int64_t last = position + static_cast<int64_t>(frames - 1) * delta;
     const int64_t low = (delta < 0 ? last : position) >> 32;
     const int64_t high = ((delta < 0 ? position : last) >> 32) + 1;
-    if (low >= 0 && high <= s->length)
+    if (low >= 0 && high <= s->length) {
+        position = MixQuads<kRamped>(s->pairs, position, delta, left, right, stepLeft, stepRight,
+                                     out, frames / 4);
         return MixFrames<kRamped, false>(s->data, s->length, position, delta, left, right, stepLeft,
-                                         stepRight, out, frames);
+                                         stepRight, out + 8 * (frames / 4), frames % 4);
+    }
     return MixFrames<kRamped, true>(s->data, s->length, position, delta, left, right, stepLeft,
                                     stepRight, out, frames);
 }
 
 // Brings a position that ran out of a ping-pong loop back inside, turning at each edge.
 // Two reflections in a row move the position by exactly twice the loop length, so long
-// runs are folded at once.
+// runs are folded at once (a division only for those: most overshoots are short).
 void PingPongReflect(MixVoice* v, int64_t* position, int64_t loopStart, int64_t loopEnd) {
     const int64_t twice = 2 * (loopEnd - loopStart);
+    const auto folded = [twice](int64_t over) { return over < twice ? 0 : over / twice * twice; };
     int64_t p = *position;
     for (;;) {
         if (p >= loopEnd) {
-            p -= (p - loopEnd) / twice * twice;
+            p -= folded(p - loopEnd);
             p = loopEnd - (p - loopEnd) - 1;
             v->direction = 1;
         } else if (p < loopStart) {
-            p += (loopStart - p - 1) / twice * twice;
+            p += folded(loopStart - p - 1);
             p = loopStart + (loopStart - p) - 1;
             v->direction = 0;
         } else {
@@ -214,10 +277,13 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         }
         uint64_t step24 = static_cast<uint32_t>((v->stepInteger << 24) + (v->stepFraction >> 8));
         if (step24 == 0) step24 = 97391;
-        if (distance < (int64_t{1} << 56)) {
+        const uint64_t stride = step24 * 256;
+        // Far from the end (more than n strides), the pass needs no division to know
+        // (stride < 2^40: below 2^23 frames the product stays under 2^63).
+        const bool far = n < (1u << 23) && distance > static_cast<int64_t>(n * stride);
+        if (!far && distance < (int64_t{1} << 56)) {
             uint64_t toEnd = 0;
-            if (distance > 0)
-                toEnd = (static_cast<uint64_t>(distance) + step24 * 256 - 1) / (step24 * 256);
+            if (distance > 0) toEnd = (static_cast<uint64_t>(distance) + stride - 1) / stride;
             // Standing exactly on the loop start going backward: that frame is mixed,
             // then the voice turns (otherwise it would never move again).
             if (distance == 0 && v->direction) toEnd = 1;
@@ -232,9 +298,12 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
               v->targetRight == v->lastTargetRight)) {
             v->lastTargetLeft = v->targetLeft;
             v->lastTargetRight = v->targetRight;
-            v->rampLeft = static_cast<float>(v->targetLeft - v->gainLeft) / 32640.0f;
-            v->rampRight = static_cast<float>(v->targetRight - v->gainRight) / 32640.0f;
             const int differs = v->targetLeft != v->gainLeft || v->targetRight != v->gainRight;
+            // Gains at their targets (most passes) step by +0: no divisions for them.
+            v->rampLeft =
+                differs ? static_cast<float>(v->targetLeft - v->gainLeft) / 32640.0f : 0.0f;
+            v->rampRight =
+                differs ? static_cast<float>(v->targetRight - v->gainRight) / 32640.0f : 0.0f;
             v->rampFrames = differs ? kMixRampFrames : 0;
         }
         const int ramping = v->rampFrames > 0;
@@ -272,8 +341,10 @@ void MixVoiceFrames(MixVoice* v, float* out, uint32_t frames) {
         if (reachesEnd) {
             if (s->loopType == 1) {
                 if (position >= loopEnd) {
+                    // Most passes overshoot by less than a loop: no division then.
                     const int64_t length = loopEnd - loopStart;
-                    position -= ((position - loopEnd) / length + 1) * length;
+                    const int64_t over = position - loopEnd;
+                    position -= (over < length ? 1 : over / length + 1) * length;
                 }
             } else if (XmSampleLoopsBack(s)) {
                 PingPongReflect(v, &position, loopStart, loopEnd);

@@ -18,7 +18,8 @@ struct PositionRecord {
 XmModule gModule;
 XmPlayer gPlayer;
 MusicSource gSource;
-float gAccumulator[kMusicRingFrames * 2];
+// One slice is mixed at a time: its accumulator stays in the cache.
+float gAccumulator[kMusicSliceFrames * 2];
 int16_t gRing[kMusicRingFrames * 2];
 PositionRecord gPositions[kMusicSlices];
 
@@ -83,29 +84,60 @@ uint32_t MusicPlayingSlice(uint32_t bytesPlayed) {
     return ((bytesPlayed / 4) % kMusicRingFrames) / kMusicSliceFrames;
 }
 
+namespace {
+
+typedef float Float4 __attribute__((vector_size(16)));
+typedef int32_t Int4 __attribute__((vector_size(16)));
+typedef int16_t Short8 __attribute__((vector_size(16)));
+
+// Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
+// integer in the processor's rounding mode (nearest, ties to even), without a library
+// call; the clamped value then converts exactly. The clamps keep a NaN, as the scalar
+// comparisons do, so lanes and scalar tail give the same 16 bits for every input.
+constexpr float kRound = 12582912.0f;
+
+template <typename T>
+T ConvertClamped(T v, T low, T high) {
+    v = v < low ? low : v;
+    v = v > high ? high : v;
+    return (v + kRound) - kRound;
+}
+
+}  // namespace
+
+// The clamp's limits, never written. Read from memory, they let GCC make each clamp of
+// the lanes one min or max instruction; against constants it compares and blends.
+float gMusicConvertLimits[2] = {-32768.0f, 32767.0f};
+
 void MusicConvert(const float* in, int16_t* out, uint32_t count) {
-    // Adding and taking away 1.5 x 2^23 rounds a float of magnitude below 2^22 to an
-    // integer in the processor's rounding mode (nearest, ties to even), without a
-    // library call; the clamped value then converts exactly.
-    constexpr float kRound = 12582912.0f;
-    for (uint32_t i = 0; i < count; ++i) {
-        float v = in[i];
-        v = v < -32768.0f ? -32768.0f : v > 32767.0f ? 32767.0f : v;
-        out[i] = static_cast<int16_t>((v + kRound) - kRound);
+    const float low = gMusicConvertLimits[0], high = gMusicConvertLimits[1];
+    const Float4 lanesLow = Float4{} + low, lanesHigh = Float4{} + high;
+    uint32_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        Float4 first, second;
+        std::memcpy(&first, in + i, sizeof first);
+        std::memcpy(&second, in + i + 4, sizeof second);
+        // The low 16 bits of each 32-bit lane, as the scalar conversion keeps them.
+        const Short8 a = reinterpret_cast<Short8>(
+            __builtin_convertvector(ConvertClamped(first, lanesLow, lanesHigh), Int4));
+        const Short8 b = reinterpret_cast<Short8>(
+            __builtin_convertvector(ConvertClamped(second, lanesLow, lanesHigh), Int4));
+        const Short8 s = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+        std::memcpy(out + i, &s, sizeof s);
     }
+    for (; i < count; ++i) out[i] = static_cast<int16_t>(ConvertClamped(in[i], low, high));
 }
 
 void RenderSlice() {
     const uint32_t slice = gNextSlice.load(std::memory_order_relaxed);
     const uint32_t first = slice * kMusicSliceFrames;
-    float* accumulator = gAccumulator + 2 * first;
-    std::memset(accumulator, 0, kMusicSliceFrames * 2 * sizeof(float));
-    XmPlayerRender(&gPlayer, accumulator, kMusicSliceFrames);
+    std::memset(gAccumulator, 0, sizeof gAccumulator);
+    XmPlayerRender(&gPlayer, gAccumulator, kMusicSliceFrames);
     PositionRecord& record = gPositions[slice];
     record.order.store(static_cast<uint8_t>(gPlayer.order), std::memory_order_relaxed);
     record.row.store(static_cast<uint8_t>(gPlayer.row), std::memory_order_relaxed);
     record.ms.store(gPlayer.elapsedMs, std::memory_order_relaxed);
-    MusicConvert(accumulator, gRing + 2 * first, kMusicSliceFrames * 2);
+    MusicConvert(gAccumulator, gRing + 2 * first, kMusicSliceFrames * 2);
     gNextSlice.store((slice + 1) % kMusicSlices, std::memory_order_relaxed);
 }
 

@@ -17,7 +17,9 @@ namespace {
 constexpr int kSamplePad = 8;
 
 int16_t gEmptySampleData[2 * kSamplePad];
-XmSample gEmptySample = {0, 0, 0, 0, 0, 0, 0, 0, 0, gEmptySampleData + kSamplePad};
+float gEmptySamplePairs[2];
+XmSample gEmptySample = {
+    0, 0, 0, 0, 0, 0, 0, 0, 0, gEmptySampleData + kSamplePad, gEmptySamplePairs};
 const XmInstrument gEmptyInstrument = {};
 
 uint16_t Le16(const uint8_t* p) {
@@ -155,6 +157,12 @@ int SampleDataRead(MusicSource* source, XmSample* s, uint32_t bytes) {
     }
     if (XmSampleLoopsBack(s) && length > 0) data[length] = data[length - 1];
     if (s->loopType == 1) data[length] = data[s->loopStart];
+    // The mixer's lanes read a frame's interpolation inputs with one 8-byte load.
+    for (int32_t i = 0; i < length; ++i) {
+        s->pairs[2 * i] = data[i];
+        s->pairs[2 * i + 1] =
+            (static_cast<float>(data[i + 1]) - static_cast<float>(data[i])) / 2147483648.0f;
+    }
     return 1;
 }
 
@@ -213,17 +221,21 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const
     }
     in->sampleCount = count;
     for (int i = 0; i < count; ++i) {
-        // The file's bytes (at most two a sample) are read into the data area itself.
+        // The file's bytes (at most two a sample) are read into the data area itself;
+        // the float pairs come first, where their alignment is the header's.
+        const size_t floats = 2 * static_cast<size_t>(headers[i].length);
         const size_t values = static_cast<size_t>(headers[i].length) + 2 * kSamplePad;
-        uint8_t* block = static_cast<uint8_t*>(std::calloc(1, sizeof(XmSample) + values * 2));
+        const size_t size = sizeof(XmSample) + floats * sizeof(float) + values * 2;
+        uint8_t* block = static_cast<uint8_t*>(std::calloc(1, size));
         if (!block) {
             *reason = Reason("instrument %u, sample %d: out of memory for %llu bytes", number,
-                             i + 1, static_cast<unsigned long long>(sizeof(XmSample) + values * 2));
+                             i + 1, static_cast<unsigned long long>(size));
             return 0;
         }
         XmSample* s = reinterpret_cast<XmSample*>(block);
         *s = headers[i];
-        s->data = reinterpret_cast<int16_t*>(block + sizeof(XmSample)) + kSamplePad;
+        s->pairs = reinterpret_cast<float*>(block + sizeof(XmSample));
+        s->data = reinterpret_cast<int16_t*>(s->pairs + floats) + kSamplePad;
         in->samples[i] = s;
     }
     for (int i = 0; i < count; ++i) {

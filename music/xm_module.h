@@ -45,6 +45,7 @@ struct XmSample {
     int8_t relativeNote;
     uint8_t loopType;  // 0 none, 1 forward, 2 ping-pong (3 as the file gave it)
     int16_t* data;     // length samples, the guard sample at data[length], zeros around
+    float* pairs;      // for each i < length: data[i] and (data[i + 1] - data[i]) / 2^31, floats
 };
 
 struct XmEnvelopePoint {

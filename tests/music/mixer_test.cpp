@@ -120,6 +120,37 @@ TEST(Mixer, StepsFromPeriodsAndSampleOffsets) {
     EXPECT_EQ(first->position, 0);
 }
 
+TEST(Mixer, ChunksMixTheSameFloatsFrameByFrame) {
+    // Long passes go four frames at a time through lanes, single frames one by one:
+    // every float and the voice's position must come out the same either way.
+    std::vector<int16_t> values;
+    for (int i = 0; i < 700; ++i)
+        values.push_back(static_cast<int16_t>(9000 * std::sin(i * 0.05) + 31 * (i % 7)));
+    // {loop type, loop start, loop length, step integer, step fraction}
+    const uint32_t cases[4][5] = {{1, 100, 600, 0, 0x2E8BA2E9u},
+                                  {2, 300, 400, 1, 0x9999999Au},
+                                  {2, 650, 50, 0, 0xF0000000u},
+                                  {0, 0, 0, 2, 0x12345678u}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "loop type " << c[0] << ", step " << c[3]);
+        std::vector<float> chunk(2 * 203), frames(2 * 203);
+        int64_t ends[2];
+        for (int single = 0; single < 2; ++single) {
+            PlayerRig rig(SampleModule(values, static_cast<uint8_t>(c[0]), c[1], c[2]));
+            MixVoice* v = ArmVoice(&rig, c[3], c[4]);
+            v->targetRight = v->gainRight = v->lastTargetRight = 77;
+            float* out = single ? frames.data() : chunk.data();
+            if (single)
+                for (int f = 0; f < 203; ++f) MixChunk(rig.player->voices, out + 2 * f, 1);
+            else
+                MixChunk(rig.player->voices, out, 203);
+            ends[single] = (int64_t{v->position} << 32) | v->fraction;
+        }
+        for (int i = 0; i < 2 * 203; ++i) ASSERT_EQ(chunk[i], frames[i]) << "value " << i;
+        EXPECT_EQ(ends[0], ends[1]);
+    }
+}
+
 TEST(Mixer, UnloopedSamplesStopAtTheirEnd) {
     PlayerRig once(SampleModule({0, 1000, 2000, 3000}, 0, 0, 0));
     MixVoice* v = ArmVoice(&once, 1, 0);

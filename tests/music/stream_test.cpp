@@ -10,11 +10,13 @@
 #include "tests/music/music_test_util.h"
 
 TEST(MusicStream, ConvertsRoundingHalfToEvenAndClamps) {
-    const float in[8] = {0.5f, 1.5f, 2.5f, -0.5f, -1.5f, 40000.0f, -40000.0f, 3.49f};
-    int16_t out[8];
-    MusicConvert(in, out, 8);
-    const int16_t expected[8] = {0, 2, 2, 0, -2, 32767, -32768, 3};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(out[i], expected[i]) << i;
+    // Eleven values: two passes of four lanes and a scalar tail of three.
+    const float in[11] = {0.5f,      1.5f,  2.5f,     -0.5f,     -1.5f, 40000.0f,
+                          -40000.0f, 3.49f, 32766.5f, -32768.5f, -2.5f};
+    int16_t out[11];
+    MusicConvert(in, out, 11);
+    const int16_t expected[11] = {0, 2, 2, 0, -2, 32767, -32768, 3, 32766, -32768, -2};
+    for (int i = 0; i < 11; ++i) EXPECT_EQ(out[i], expected[i]) << i;
 }
 
 TEST(MusicStream, PlayingSliceWrapsWithTheRing) {

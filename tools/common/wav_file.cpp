@@ -1,6 +1,7 @@
 // WAV writing for the tools.
 #include "tools/common/wav_file.h"
 
+#include <bit>
 #include <cerrno>
 #include <cstring>
 
@@ -36,9 +37,15 @@ int WavFileOpen(WavFile* wav, const char* path, std::string* error) {
 
 int WavFileAppend(WavFile* wav, const int16_t* samples, uint64_t frames) {
     if (!wav->headerWritten && !WriteHeader(wav)) return 0;
-    unsigned char bytes[4 * 4096];
+    if constexpr (std::endian::native == std::endian::little) {
+        // The samples are already in the file's byte order.
+        if (!OutputWrite(&wav->out, samples, frames * 4)) return 0;
+        wav->frames += frames;
+        return 1;
+    }
+    unsigned char bytes[4 * kWavWriteFrames];
     for (uint64_t done = 0; done < frames;) {
-        const uint64_t n = frames - done < 4096 ? frames - done : 4096;
+        const uint64_t n = frames - done < kWavWriteFrames ? frames - done : kWavWriteFrames;
         for (uint64_t i = 0; i < n * 2; ++i) {
             const uint16_t s = static_cast<uint16_t>(samples[done * 2 + i]);
             bytes[i * 2] = static_cast<unsigned char>(s);

@@ -10,6 +10,9 @@
 
 // The most stereo frames a WAV file can hold (its sizes are 32-bit).
 constexpr uint64_t kWavMaxFrames = (0xFFFFFFFFu - 36) / 4;
+// Frames worth gathering for one write (64 KB): fewer, larger writes spend less time
+// in the system. Also the most a write carries on hosts that must reorder the bytes.
+constexpr uint32_t kWavWriteFrames = 16384;
 
 struct WavFile {
     OutputFile out;
