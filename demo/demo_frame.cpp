@@ -3,12 +3,12 @@
 // objects, passes up to clipping) is a function of its own so that it can be run
 // without lighting or pixels.
 //
-// With two threads the list passes are shared out in blocks of records, each thread
-// taking the next block not yet taken, and the render pass is drawn in two bands of
-// rows, one a thread; each record and each row is worked on by one thread only, with
+// With two threads the list passes are shared out in blocks of records, the even
+// blocks to one thread and the odd ones to the other in every pass and every frame (so
+// that each record stays in one thread's cache), and the render pass is drawn in two
+// bands of rows, one a thread; each record and each row is worked on by one thread only, with
 // the operations of a single thread, and the results are gathered in list order, so
 // the frame is the same.
-#include <atomic>
 #include <chrono>
 
 #include "assets/assets.h"
@@ -48,35 +48,38 @@ ClipCut gCuts[kRenderListCapacity];      // second pieces of near-plane cuts
 RenderDraw gDraws[kRenderListCapacity];  // triangles prepared for the render pass
 int32_t gCutCount[kBlocks];
 int32_t gDrawCount[kBlocks];
-int32_t gBlockCount;              // blocks of this pass
-std::atomic<int32_t> gNextBlock;  // the next block not yet taken
+int32_t gBlockCount;  // blocks of this pass
+
+// Which blocks a thread takes: every gThreads-th from `first`.
+struct BlockTurn {
+    int32_t first;
+};
+BlockTurn gTurns[2] = {{0}, {1}};
 
 // The first row of the worker's band, moved each frame towards equal render times.
 int32_t gSplitRow = 300;
 
-// Takes blocks until none is left; job(from, to, b) does block b.
+// Does job(from, to, b) for each block b of the thread's turn.
 template <class Job>
-void BlocksTake(const Job& job) {
+void BlocksTake(const void* turn, const Job& job) {
     const int32_t count = RenderListMain()->numPolys;
-    for (;;) {
-        const int32_t b = gNextBlock.fetch_add(1, std::memory_order_relaxed);
-        if (b >= gBlockCount) return;
+    for (int32_t b = static_cast<const BlockTurn*>(turn)->first; b < gBlockCount; b += gThreads) {
         const int32_t from = b * kBlock;
         job(from, count - from > kBlock ? from + kBlock : count, b);
     }
 }
 
-void ToCameraBlocks(void*) {
+void ToCameraBlocks(void* turn) {
     DemoWorld* world = DemoWorldGet();
-    BlocksTake([world](int32_t from, int32_t to, int32_t b) {
+    BlocksTake(turn, [world](int32_t from, int32_t to, int32_t b) {
         gCutCount[b] = RenderListToCameraRange(RenderListMain(), &world->camera, kClipFlags, from,
                                                to, gCuts + from);
     });
 }
 
-void LightToScreenBlocks(void*) {
+void LightToScreenBlocks(void* turn) {
     DemoWorld* world = DemoWorldGet();
-    BlocksTake([world](int32_t from, int32_t to, int32_t b) {
+    BlocksTake(turn, [world](int32_t from, int32_t to, int32_t b) {
         gDrawCount[b] =
             RenderListLightToScreenRange(RenderListMain(), &world->camera, world->lights,
                                          kMaxLights, from, to, &world->context, gDraws + from);
@@ -111,8 +114,7 @@ void BothThreads(void (*job)(void*), void* workerArg, void* ownArg) {
 void BlocksRun(void (*job)(void*)) {
     const int32_t count = RenderListMain()->numPolys;
     gBlockCount = (count + kBlock - 1) / kBlock;
-    gNextBlock.store(0, std::memory_order_relaxed);
-    BothThreads(job, nullptr, nullptr);
+    BothThreads(job, &gTurns[1], &gTurns[0]);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ RenderList* RenderListMain() {
 int RenderListReset(RenderList* list) {
     if (!list) return 0;
     list->numPolys = 0;
+    list->generation += 1;
     return 1;
 }
 
@@ -17,7 +18,9 @@ int RenderListReset(RenderList* list) {
 static RasterTri* NextRecord(RenderList* list) {
     if (list->numPolys >= kRenderListCapacity) return nullptr;
     const int32_t k = list->numPolys;
-    list->polyPointers[k] = &list->polyData[k];
+    // Written only when it differs, so that the line stays shared with the threads
+    // that read it.
+    if (list->polyPointers[k] != &list->polyData[k]) list->polyPointers[k] = &list->polyData[k];
     list->late[k].poly = nullptr;
     return &list->polyData[k];
 }
@@ -53,10 +56,12 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
 }
 
 void RenderListRecordFill(RenderList* list, int32_t k) {
-    RenderListLate& late = list->late[k];
-    if (!late.poly) return;
+    const RenderListLate& late = list->late[k];
+    // Marked with the generation plus one, which a list's zeroed storage never holds.
+    const uint32_t mark = list->generation + 1;
+    if (!late.poly || list->written[k] == mark) return;
     RecordWrite(&list->polyData[k], late.poly, late.vertices);
-    late.poly = nullptr;
+    list->written[k] = mark;
 }
 
 int RenderListInsertTri(RenderList* list, const RasterTri* tri) {

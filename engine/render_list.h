@@ -21,13 +21,19 @@ struct RenderList {
     RasterTri* polyPointers[kRenderListCapacity];  // pointer k addresses polyData[k]
     RasterTri polyData[kRenderListCapacity];
     int32_t numPolys;
-    RenderListLate late[kRenderListCapacity];  // for record k, beside the records
+    // Beside the records, so that insertion touches none of them: what record k was
+    // inserted from, and the generation (one per RenderListReset) in which it was written.
+    // The threads of a frame read the first and write the second, which are kept apart.
+    uint32_t generation;
+    RenderListLate late[kRenderListCapacity];
+    uint32_t written[kRenderListCapacity];
 };
 
 // The frame's render list, static storage allocated with the program.
 RenderList* RenderListMain();
 
-// Empties the list (count 0); the records keep their contents.
+// Empties the list (count 0) and starts a new generation; the records keep their
+// contents.
 int RenderListReset(RenderList* list);
 // Appends the polygon with its three vertices (from poly->vlist) copied into both
 // vlist and tvlist. Returns 0 when the list already holds kRenderListCapacity.
@@ -35,10 +41,10 @@ int RenderListReset(RenderList* list);
 // (in list->late) and the record is written later by RenderListRecordFill, from the
 // same polygon and vertices, which must not change until then.
 int RenderListInsertPoly(RenderList* list, const Poly* poly);
-// Writes record k as RenderListInsertPoly would have when insertion left it for later;
-// nothing for other records. The frame's passes over ranges (list_ranges.h) and
-// RenderListRemoveBackfaces call it first, so that each record is written by the thread
-// that works on it and insertion touches no record.
+// Writes record k as RenderListInsertPoly would have when insertion left it for later,
+// once: nothing for other records or when it was written already. The frame's passes over ranges
+// (list_ranges.h) and RenderListRemoveBackfaces call it first, so that each record is written by
+// the thread that works on it and insertion touches no record.
 void RenderListRecordFill(RenderList* list, int32_t k);
 // Appends a copy of a whole record and links it to the record before it (the clipper's
 // second pieces). Returns 0 when full.
