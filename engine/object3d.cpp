@@ -52,9 +52,12 @@ int Object3DDestroy(Object3D* obj) {
 int Object3DReset(Object3D* obj) {
     if (!obj) return 0;
     obj->state &= ~kObjectCulled;
+    // Only the states that change are stored: most polygons' lines then stay shared with
+    // the frame's other thread, which reads them.
     for (int32_t p = 0; p < obj->numPolys; ++p) {
         Poly& poly = obj->plist[p];
-        if (poly.state & kPolyActive) poly.state &= ~(kPolyClipped | kPolyBackFace | kPolyLit);
+        const uint32_t cleared = poly.state & ~(kPolyClipped | kPolyBackFace | kPolyLit);
+        if ((poly.state & kPolyActive) && cleared != poly.state) poly.state = cleared;
     }
     return 1;
 }

@@ -10,6 +10,7 @@ RenderList* RenderListMain() {
 int RenderListReset(RenderList* list) {
     if (!list) return 0;
     list->numPolys = 0;
+    list->runCount = 0;
     list->generation += 1;
     return 1;
 }
@@ -21,7 +22,6 @@ static RasterTri* NextRecord(RenderList* list) {
     // Written only when it differs, so that the line stays shared with the threads
     // that read it.
     if (list->polyPointers[k] != &list->polyData[k]) list->polyPointers[k] = &list->polyData[k];
-    list->late[k].poly = nullptr;
     return &list->polyData[k];
 }
 
@@ -42,13 +42,27 @@ static void RecordWrite(RasterTri* tri, const Poly* poly, const Vertex3D* vertic
     }
 }
 
+// Notes record k as coming from `poly` for later: on the end of the last run when it
+// follows it, else in a new run. Returns 0 when every run is in use.
+static int RunExtend(RenderList* list, int32_t k, const Poly* poly) {
+    if (list->runCount > 0) {
+        RenderListRun& last = list->runs[list->runCount - 1];
+        if (last.first + last.count == k && last.polys + last.count == poly &&
+            last.vertices == poly->vlist) {
+            last.count += 1;
+            return 1;
+        }
+    }
+    if (list->runCount == kRenderListRuns) return 0;
+    list->runs[list->runCount++] = {k, 1, poly, poly->vlist};
+    return 1;
+}
+
 int RenderListInsertPoly(RenderList* list, const Poly* poly) {
     if (!list || !poly) return 0;
     RasterTri* tri = NextRecord(list);
     if (!tri) return 0;
-    if (list->attr & kRenderListLate) {
-        list->late[list->numPolys] = {poly, poly->vlist};
-    } else {
+    if (!(list->attr & kRenderListLate) || !RunExtend(list, list->numPolys, poly)) {
         RecordWrite(tri, poly, poly->vlist);
     }
     list->numPolys += 1;
@@ -56,11 +70,22 @@ int RenderListInsertPoly(RenderList* list, const Poly* poly) {
 }
 
 void RenderListRecordFill(RenderList* list, int32_t k) {
-    const RenderListLate& late = list->late[k];
+    // The last run that starts at or before k (runs are in record order).
+    int32_t low = 0, high = list->runCount;
+    while (low < high) {
+        const int32_t middle = (low + high) / 2;
+        if (list->runs[middle].first <= k) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
+    }
+    if (low == 0) return;
+    const RenderListRun& run = list->runs[low - 1];
     // Marked with the generation plus one, which a list's zeroed storage never holds.
     const uint32_t mark = list->generation + 1;
-    if (!late.poly || list->written[k] == mark) return;
-    RecordWrite(&list->polyData[k], late.poly, late.vertices);
+    if (k >= run.first + run.count || list->written[k] == mark) return;
+    RecordWrite(&list->polyData[k], run.polys + (k - run.first), run.vertices);
     list->written[k] = mark;
 }
 

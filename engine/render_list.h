@@ -9,11 +9,15 @@ constexpr int32_t kRenderListCapacity = 32768;
 // RenderList attribute bits.
 constexpr uint32_t kRenderListLate = 0x1;  // see RenderListRecordFill
 
-// A polygon inserted under kRenderListLate whose record is still to be written.
-struct RenderListLate {
-    const Poly* poly;          // null once the record is written
-    const Vertex3D* vertices;  // the vertex list it was inserted with
+// Polygons inserted one after the other under kRenderListLate, whose records are still
+// to be written: records first .. first + count - 1 come from polys[0 .. count - 1],
+// with vertices from `vertices`.
+struct RenderListRun {
+    int32_t first, count;
+    const Poly* polys;
+    const Vertex3D* vertices;
 };
+constexpr int32_t kRenderListRuns = 1024;
 
 struct RenderList {
     uint32_t state;
@@ -21,11 +25,13 @@ struct RenderList {
     RasterTri* polyPointers[kRenderListCapacity];  // pointer k addresses polyData[k]
     RasterTri polyData[kRenderListCapacity];
     int32_t numPolys;
-    // Beside the records, so that insertion touches none of them: what record k was
-    // inserted from, and the generation (one per RenderListReset) in which it was written.
-    // The threads of a frame read the first and write the second, which are kept apart.
+    // Beside the records, so that insertion touches none of them: where the records left
+    // for later come from (a run per object, as a rule), and the generation (one per
+    // RenderListReset) in which record k was written, which only the thread that writes
+    // the record writes.
     uint32_t generation;
-    RenderListLate late[kRenderListCapacity];
+    int32_t runCount;
+    RenderListRun runs[kRenderListRuns];
     uint32_t written[kRenderListCapacity];
 };
 
@@ -38,8 +44,9 @@ int RenderListReset(RenderList* list);
 // Appends the polygon with its three vertices (from poly->vlist) copied into both
 // vlist and tvlist. Returns 0 when the list already holds kRenderListCapacity.
 // With kRenderListLate in list->attr only the polygon and its vertex list are noted
-// (in list->late) and the record is written later by RenderListRecordFill, from the
-// same polygon and vertices, which must not change until then.
+// (in list->runs; with all runs in use the record is written at once) and the record is
+// written later by RenderListRecordFill, from the same polygon and vertices, which must
+// not change until then.
 int RenderListInsertPoly(RenderList* list, const Poly* poly);
 // Writes record k as RenderListInsertPoly would have when insertion left it for later,
 // once: nothing for other records or when it was written already. The frame's passes over ranges
