@@ -28,7 +28,7 @@ cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target test_music test_music_sdl test_app test_reliability_alloc \
   test_reliability_edges
 
-step "TSan: stream start/stop, streaming and the shell around it"
+step "TSan: stream start/stop, streaming, the frame's worker thread and the shell around them"
 ctest --preset tsan -R '^(MusicStream|SdlWaveDevice|MainLoop|EdgePaths|Allocation)\.'
 
 step "Fuzzers: build (clang-14, libFuzzer + ASan + UBSan)"
