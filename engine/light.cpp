@@ -238,22 +238,28 @@ static void LightPair(const LightSet& set, const TrianglePair& pair, Word2 sums[
         for (int ch = 0; ch < 3; ++ch) sums[i][ch] = ambient[ch];
     }
     Double2 base[3];
-    for (int ch = 0; ch < 3; ++ch) base[ch] = Double2{double(pair.base[0][ch]), double(pair.base[1][ch])};
+    for (int ch = 0; ch < 3; ++ch)
+        base[ch] = Double2{double(pair.base[0][ch]), double(pair.base[1][ch])};
     auto product = [&](const LightTerm& light, Double2 out[3]) {
         for (int ch = 0; ch < 3; ++ch) out[ch] = light.channel[ch] * base[ch];
     };
 
+    // Each vertex's term of a light from direction (x, y, z): 128 times the dot product,
+    // attenuated by `attenuate`.
+    auto vertexTerms = [&](const Double2 p[3], Double2 x, Double2 y, Double2 z, auto attenuate) {
+        for (int i = 0; i < kVertices; ++i) {
+            const Double2 dp = pair.nx[i] * x + pair.ny[i] * y + pair.nz[i] * z;
+            Double2 intensity = attenuate(Splat(128.0) * dp);
+            if constexpr (kVertices == 1) intensity = intensity / pair.normalLength;
+            AddTerms(p, Intensity(dp, intensity), sums[i]);
+        }
+    };
     for (int32_t k = 0; k < set.infiniteCount; ++k) {
         const LightTerm& light = *set.infinite[k];
         Double2 p[3];
         product(light, p);
-        for (int i = 0; i < kVertices; ++i) {
-            const Double2 dp = pair.nx[i] * light.dx + pair.ny[i] * light.dy + pair.nz[i] * light.dz;
-            // Its attenuation is 1, by which dividing changes nothing.
-            Double2 intensity = Splat(128.0) * dp;
-            if constexpr (kVertices == 1) intensity = intensity / pair.normalLength;
-            AddTerms(p, Intensity(dp, intensity), sums[i]);
-        }
+        // Its attenuation is 1, by which dividing changes nothing.
+        vertexTerms(p, light.dx, light.dy, light.dz, [](Double2 v) { return v; });
     }
     for (int32_t k = 0; k < set.distantCount; ++k) {
         const LightTerm& light = *set.distant[k];
@@ -267,12 +273,7 @@ static void LightPair(const LightSet& set, const TrianglePair& pair, Word2 sums[
         const Double2 divisor = Attenuation(light.kc, light.kl, light.kq, d, point);
         const Double2 x = point ? lx : light.dx, y = point ? ly : light.dy;
         const Double2 z = point ? lz : light.dz;
-        for (int i = 0; i < kVertices; ++i) {
-            const Double2 dp = pair.nx[i] * x + pair.ny[i] * y + pair.nz[i] * z;
-            Double2 intensity = Splat(128.0) * dp / divisor;
-            if constexpr (kVertices == 1) intensity = intensity / pair.normalLength;
-            AddTerms(p, Intensity(dp, intensity), sums[i]);
-        }
+        vertexTerms(p, x, y, z, [divisor](Double2 v) { return v / divisor; });
     }
     for (int32_t k = 0; k < set.coneCount; ++k) {
         const LightTerm& light = *set.cone[k];
@@ -280,7 +281,8 @@ static void LightPair(const LightSet& set, const TrianglePair& pair, Word2 sums[
         product(light, p);
         Double2 intensity[kVertices];
         ConeIntensities<kVertices>(light, pair, intensity);
-        for (int i = 0; i < kVertices; ++i) AddTerms(p, Intensity(intensity[i], intensity[i]), sums[i]);
+        for (int i = 0; i < kVertices; ++i)
+            AddTerms(p, Intensity(intensity[i], intensity[i]), sums[i]);
     }
 }
 
@@ -308,7 +310,8 @@ static void LightShared(const LightSet& set, const SharedVertices& v, Word2 sums
         Double2 p[3];
         product(light, p);
         for (int slot = 0; slot < 2; ++slot) {
-            const Double2 dp = v.nx[slot] * light.dx + v.ny[slot] * light.dy + v.nz[slot] * light.dz;
+            const Double2 dp =
+                v.nx[slot] * light.dx + v.ny[slot] * light.dy + v.nz[slot] * light.dz;
             AddTerms(p, Intensity(dp, Splat(128.0) * dp), sums[slot]);
         }
     }
@@ -347,9 +350,9 @@ static uint32_t PackSum(const LightSet& set, const Word2 sums[3], int lane) {
         channel[ch] = sum > 255 ? 255 : static_cast<int32_t>(sum);
     }
     if (set.packs565) {
-        return static_cast<uint16_t>((((channel[0] >> 3) << 11) + ((channel[1] >> 2) & 63) * 32 +
-                                      ((channel[2] >> 3) & 31)) &
-                                     0xFFFF);
+        return static_cast<uint16_t>(
+            (((channel[0] >> 3) << 11) + ((channel[1] >> 2) & 63) * 32 + ((channel[2] >> 3) & 31)) &
+            0xFFFF);
     }
     return ColourPacker(channel[0], channel[1], channel[2]);
 }
@@ -387,7 +390,8 @@ static void LightTriangles(const LightSet& set, RasterTri* a, RasterTri* b) {
     Word2 sums[kVertices][3];
     LightPair<kVertices>(set, pair, sums);
     for (int lane = 0; lane < 2; ++lane) {
-        for (int i = 0; i < kVertices; ++i) pair.tri[lane]->litColor[i] = PackSum(set, sums[i], lane);
+        for (int i = 0; i < kVertices; ++i)
+            pair.tri[lane]->litColor[i] = PackSum(set, sums[i], lane);
     }
 }
 
