@@ -35,7 +35,6 @@ int gThreads = 1;
 struct alignas(64) Share {
     ClipRectangle clip;
     int32_t depthFirst, depthEnd;
-    RasterTri work;  // the fillers' record
     double renderMs;
 };
 Share gShares[2];
@@ -93,7 +92,7 @@ void RenderShare(void* arg) {
     ZBufferClearRows(&world->zbuffer, kDepthClear, s->depthFirst, s->depthEnd);
     // Every prepared triangle, in list order, inside this share's rows.
     for (int32_t b = 0; b < gBlockCount; ++b) {
-        RenderDrawsRun(&world->context, gDraws + b * kBlock, gDrawCount[b], s->clip, &s->work);
+        RenderDrawsRun(&world->context, gDraws + b * kBlock, gDrawCount[b], s->clip);
     }
     s->renderMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();

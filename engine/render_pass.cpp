@@ -39,10 +39,6 @@ constexpr int8_t kUntextured[kModeCount][2][2] = {
     /* z-second  */ {{44, 43}, {17, 21}},
 };
 
-// RenderPass's filler record. Only the words the pass copies are refreshed per triangle;
-// the rest keeps what the triangle before left there.
-RasterTri gWork;
-
 int DepthModeOf(uint32_t contextAttr) {
     if (contextAttr & kRenderDepthNone) return kModeNone;
     if (contextAttr & kRenderDepthZ) return kModeZ;
@@ -55,7 +51,7 @@ int DepthModeOf(uint32_t contextAttr) {
 void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
     Texture* levels = tri->texture;
     if (!(context->attr & kRenderMipMap)) {
-        draw->texture = &levels[0];
+        draw->tri.texture = &levels[0];
         return;
     }
     const int32_t count = levels[0].width < kLog2TableSize ? Log2Table[levels[0].width] : 0;
@@ -64,11 +60,11 @@ void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RenderDr
     if (!(chosen < count)) chosen = count;
     if (chosen < 0) chosen = 0;
     const int32_t level = static_cast<int32_t>(chosen);
-    draw->texture = &levels[level];
+    draw->tri.texture = &levels[level];
     for (int32_t i = 0; i < level; ++i) {
         for (int k = 0; k < 3; ++k) {
-            draw->u[k] *= 0.5f;
-            draw->v[k] *= 0.5f;
+            draw->tri.u[k] *= 0.5f;
+            draw->tri.v[k] *= 0.5f;
         }
     }
 }
@@ -117,18 +113,14 @@ int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t b
 }
 
 int RenderPass(const RenderContext* context) {
-    return RenderPassClipped(context, gClipRectangle, &gWork);
-}
-
-int RenderPassClipped(const RenderContext* context, const ClipRectangle& clip, RasterTri* work) {
     // No FrameBuffer is locked when the display did not start: nothing can be drawn (the
     // clip rectangle may still describe a surface of an earlier start).
     if (!context || !context->list || !context->frame) return 0;
     RenderList* list = context->list;
     for (int32_t k = 0; k < list->numPolys; ++k) {
-        RenderDraw draw = {};
+        RenderDraw draw;
         if (RenderDrawPrepare(context, list->polyPointers[k], &draw)) {
-            RenderDrawsRun(context, &draw, 1, clip, work);
+            RenderDrawsRun(context, &draw, 1, gClipRectangle);
         }
     }
     return 1;
@@ -152,12 +144,7 @@ int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, Render
     draw->level = level > 7 ? 7 : level;
     // The fillers read lit colour 0 only (flat) or all three, and u and v of textured
     // triangles only: the others are copied too, unread.
-    for (int i = 0; i < 3; ++i) {
-        const Vertex3D& v = tri->tvlist[i];
-        draw->litColor[i] = tri->litColor[i];
-        draw->x[i] = v.x, draw->y[i] = v.y, draw->z[i] = v.z, draw->u[i] = v.u, draw->v[i] = v.v;
-    }
-    draw->texture = tri->texture;
+    RasterDrawFromTri(tri, &draw->tri);
     if ((attr & kAttrTextured) && (attr & kAttrMipMapped) && tri->texture) {
         MipLevelChoose(context, tri, draw);
     }
@@ -165,7 +152,7 @@ int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, Render
 }
 
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
-                    const ClipRectangle& clip, RasterTri* work) {
+                    const ClipRectangle& clip) {
     if (!context || !context->frame) return;
     // A triangle whose corners all lie more than a row above or below the clip rectangle
     // would snap to rows outside it (snapping moves a corner by at most half a row, or
@@ -175,15 +162,10 @@ void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32
                 below = static_cast<float>(clip.maxY + 1);
     for (int32_t k = 0; k < count; ++k) {
         const RenderDraw& draw = draws[k];
-        if (clip.minY > 0 && draw.y[0] < above && draw.y[1] < above && draw.y[2] < above) continue;
-        if (draw.y[0] > below && draw.y[1] > below && draw.y[2] > below) continue;
-        for (int i = 0; i < 3; ++i) {
-            Vertex3D& v = work->tvlist[i];
-            work->litColor[i] = draw.litColor[i];
-            v.x = draw.x[i], v.y = draw.y[i], v.z = draw.z[i], v.u = draw.u[i], v.v = draw.v[i];
-        }
-        work->texture = draw.texture;
-        FillerDrawClipped(draw.member, work, context->frame, context->framePitch, context->depth,
-                          context->depthPitch, draw.level, clip);
+        const float* y = draw.tri.y;
+        if (clip.minY > 0 && y[0] < above && y[1] < above && y[2] < above) continue;
+        if (y[0] > below && y[1] > below && y[2] > below) continue;
+        FillerMembers[draw.member - 1].draw(draw.tri, context->frame, context->framePitch,
+                                            context->depth, context->depthPitch, draw.level, clip);
     }
 }
