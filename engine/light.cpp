@@ -483,13 +483,14 @@ static void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
     }
 }
 
-int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count) {
-    return list ? LightRenderListRange(list, cam, lights, count, 0, list->numPolys) : 0;
+int LightRenderList(RenderList* list, const Camera* /*cam*/, const Light* lights, int32_t count) {
+    if (!list || (!lights && count > 0)) return 0;
+    LightRenderListRange(list, lights, count, 0, list->numPolys);
+    return 1;
 }
 
-int LightRenderListRange(RenderList* list, const Camera* /*cam*/, const Light* lights,
-                         int32_t count, int32_t from, int32_t to) {
-    if (!list || (!lights && count > 0)) return 0;
+void LightRenderListRange(RenderList* list, const Light* lights, int32_t count, int32_t from,
+                          int32_t to) {
     LightSet set;
     LightSetMake(lights, count, &set);
 
@@ -534,5 +535,4 @@ int LightRenderListRange(RenderList* list, const Camera* /*cam*/, const Light* l
     if (waitingFlat) LightTriangles<1>(set, waitingFlat, waitingFlat);
     if (waitingShare) pairGouraud(waitingShare);
     if (waitingPair) LightTriangles<3>(set, waitingPair, waitingPair);
-    return 1;
 }

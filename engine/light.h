@@ -58,6 +58,6 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select);
 // with lights moved by LightsTransform; colours are packed with ColourPacker. Only the
 // first kMaxLights lights are looked at.
 int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count);
-// The same for records [from, to) of the list only.
-int LightRenderListRange(RenderList* list, const Camera* cam, const Light* lights,
-                         int32_t count, int32_t from, int32_t to);
+// The stage: the same for records [from, to) of the list only.
+void LightRenderListRange(RenderList* list, const Light* lights, int32_t count, int32_t from,
+                          int32_t to);

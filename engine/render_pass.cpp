@@ -116,26 +116,27 @@ int RenderPass(const RenderContext* context) {
     // No FrameBuffer is locked when the display did not start: nothing can be drawn (the
     // clip rectangle may still describe a surface of an earlier start).
     if (!context || !context->list || !context->frame) return 0;
-    RenderList* list = context->list;
-    for (int32_t k = 0; k < list->numPolys; ++k) {
+    // One triangle at a time, the count read again after each.
+    for (int32_t k = 0; k < context->list->numPolys; ++k) {
         RenderDraw draw;
-        if (RenderDrawPrepare(context, list->polyPointers[k], &draw)) {
+        if (RenderDrawsPrepare(context, k, k + 1, &draw)) {
             RenderDrawsRun(context, &draw, 1, gClipRectangle);
         }
     }
     return 1;
 }
 
-int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
-    if (!RasterTriProcessable(tri)) return 0;
+// Fills `draw` for a record drawn under the context; false for one that is not.
+static bool DrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
+    if (!RasterTriProcessable(tri)) return false;
     const uint32_t attr = tri->attr;
     const int32_t blended = RenderPassIsBlended(context->attr, attr, context->alphaOverride);
     const int32_t hybridNear =
         static_cast<float>(context->perspectiveSwitchDistance) >= tri->tvlist[0].z;
     const int32_t member = RenderPassChooseFiller(context->attr, attr, blended, hybridNear);
-    if (!member) return 0;
+    if (!member) return false;
     if (FillerMembers[member - 1].depth == FillerDepth::kGreater && !DepthsFitReciprocal(tri)) {
-        return 0;
+        return false;
     }
     draw->member = member;
     int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
@@ -148,7 +149,15 @@ int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, Render
     if ((attr & kAttrTextured) && (attr & kAttrMipMapped) && tri->texture) {
         MipLevelChoose(context, tri, draw);
     }
-    return 1;
+    return true;
+}
+
+int32_t RenderDrawsPrepare(const RenderContext* context, int32_t from, int32_t to,
+                           RenderDraw* draws) {
+    RasterTri* const* records = context->list->polyPointers;
+    int32_t count = 0;
+    for (int32_t k = from; k < to; ++k) count += DrawPrepare(context, records[k], &draws[count]);
+    return count;
 }
 
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,

@@ -48,12 +48,14 @@ struct RenderDraw {
     RasterDraw tri;
 };
 
-// The render pass in two steps, so that the choices can be made while a record is in the
-// cache and the drawing done later, in rows shared between threads. Prepare returns 1
-// with `draw` filled for a list record that is drawn under `context` (all but its frame
-// pointer are read), else 0.
-int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw);
-// Draws prepared triangles in order inside `clip`, as the render pass draws their records.
+// The render pass's stages, so that the choices can be made while a record is in the
+// cache and the drawing done later, in rows shared between threads. Prepare fills
+// draws[0..] (room for to - from) with the records of [from, to) of the context's list
+// that are drawn, in order, and returns their number (all of the context but its frame
+// and depth targets is read). Run draws prepared triangles in order inside `clip`, as the
+// render pass draws their records.
+int32_t RenderDrawsPrepare(const RenderContext* context, int32_t from, int32_t to,
+                           RenderDraw* draws);
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
                     const ClipRectangle& clip);
 
