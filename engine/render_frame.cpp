@@ -28,8 +28,7 @@ int gThreads = 1;
 struct Frame {
     RenderContext context;  // with the locked surface and the depth buffer as targets
     const Camera* cam;
-    const Light* lights;
-    int32_t lightCount;
+    LightSet lights;  // made after the lights are moved to camera space
     ZBuffer* zbuffer;
     uint32_t depthClear;
     int32_t blockCount;  // blocks of the pass under way
@@ -94,7 +93,7 @@ void CameraPass(void* share) {
 void ScreenPass(void* share) {
     BlocksPass(share, gDraws, gDrawCount, [](int32_t a, int32_t e, RenderDraw* draws) {
         RenderList* list = gFrame.context.list;
-        LightRenderListRange(list, gFrame.lights, gFrame.lightCount, a, e);
+        LightRenderListRange(list, gFrame.lights, a, e);
         RenderListCameraToPerspectiveRange(list, gFrame.cam, a, e);
         RenderListPerspectiveToScreenRange(list, gFrame.cam, a, e);
         return RenderDrawsPrepare(&gFrame.context, a, e, draws);
@@ -165,8 +164,6 @@ int RenderFrame(const RenderContext* context, const Camera* cam, Light* lights, 
     if (!context || !context->list || !cam || !zbuffer || (!lights && lightCount > 0)) return 0;
     gFrame.context = *context;
     gFrame.cam = cam;
-    gFrame.lights = lights;
-    gFrame.lightCount = lightCount;
     gFrame.zbuffer = zbuffer;
     gFrame.depthClear = depthClear;
     RenderList* list = context->list;
@@ -179,6 +176,7 @@ int RenderFrame(const RenderContext* context, const Camera* cam, Light* lights, 
     // The lights' world positions move every frame, so their camera-space copies are
     // made afresh from them.
     LightsTransform(lights, lightCount, cam->mcam, kLightsTransformToTrans);
+    LightSetMake(lights, lightCount, &gFrame.lights);
     BlocksRun(ScreenPass);
 
     SurfaceLock();
