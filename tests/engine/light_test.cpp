@@ -60,39 +60,6 @@ TEST_F(Lighting, AmbientAndInfiniteLightsFlatAndGouraudLitOnce) {
     EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], 0u);
 }
 
-// A channel is light x base x intensity / 32768, rounded, with intensity 128 x dp / the
-// attenuation; flat triangles divide dp by the normal length (4).
-TEST_F(Lighting, PointLightsMeasureFromVertexZeroEvenForGouraud) {
-    const Vec3 above = {0, 10, 0, 1};
-    LightInit(lights, 2, 1, kLightPoint, 0, 0x00FF0000, 0, &above, nullptr, 1, 0.125f, 0, 0, 0, 1);
-    // l = (0, 10, 0), d = 10, attenuation (1 + 1.25) x 10; dp 40 / 4 flat, 10 Gouraud:
-    // 255 x 128 x 56.9 / 32768 = 56.7. Vertex 2 moved out to x = 20 still uses the
-    // distance of vertex 0.
-    EXPECT_EQ(Lit(kAttrShadeFlat, 0x8410).litColor[0], PackRGB565(0, 57, 0));
-    const RasterTri& tri = Lit(kAttrShadeGouraud, 0x8410, 20);
-    for (uint32_t lit : tri.litColor) EXPECT_EQ(lit, PackRGB565(0, 57, 0));
-}
-
-TEST_F(Lighting, SpotLightsPlainAndWithPerVertexCone) {
-    const Vec3 below = {0, -10, 0, 1}, up = {0, 1, 0, 1};
-    LightInit(lights, 3, 1, kLightSpot, 0, 0x0000FF00, 0, &below, &up, 2, 0.5f, 0, 0, 0, 1);
-    // dp = N . dir = 4 (flat, then divided by 4) or 1; d = 10, attenuation 2 + 5 = 7:
-    // 255 x 248 x 18.3 / 32768 = 35.3.
-    EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], PackRGB565(0, 0, 35));
-    EXPECT_EQ(Lit(kAttrShadeGouraud).litColor[2], PackRGB565(0, 0, 35));
-
-    lights[3].state = 0;
-    LightInit(lights, 4, 1, kLightSpotCone, 0, 0xFF000000, 0, &below, &up, 1, 0, 0.01f, 0, 0, 2.4f);
-    // s = vertex - light, c = (s . dir) / d = 10 / d, power 2.4 -> 2, attenuation 1 + d^2 / 100:
-    // at d = 10 intensity 64 (123.5 -> 124).
-    EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], PackRGB565(124, 0, 0));
-    // Vertex 2 at x = 20: FastDistance(20, 10, 0) = (20480 + 11 * 320) >> 10 = 23, and
-    // 128 x (10 / 23)^2 / 6.29 = 3.85 -> 7.4, below one 5-bit step of red.
-    const RasterTri& tri = Lit(kAttrShadeGouraud, 0xFFFF, 20);
-    EXPECT_EQ(tri.litColor[0], PackRGB565(124, 0, 0));
-    EXPECT_EQ(tri.litColor[2], PackRGB565(7, 0, 0));
-}
-
 // The lighting rules for one colour of one triangle, scalar and as written, in the
 // camera-space fields: vertex `at`'s colour (0..2 for Gouraud, 0 for the flat face).
 uint32_t ReferenceLit(const RasterTri& tri, const Light* lights, int count, int at) {
