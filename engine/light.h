@@ -5,7 +5,6 @@
 #include "engine/camera.h"
 #include "engine/math3d.h"
 #include "engine/render_list.h"
-#include "raster/lanes.h"
 
 constexpr int32_t kMaxLights = 10;
 
@@ -60,14 +59,14 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select);
 // first kMaxLights lights are looked at.
 int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count);
 
-// A switched-on light reduced to what the lighting loops need, in vector lanes.
+// A switched-on light reduced to what the lighting loops need.
 struct LightTerm {
     uint32_t kind;       // its first kind bit
     uint32_t colour[3];  // red, green, blue: ambient colour for ambient lights, else diffuse
-    Double2 channel[3];  // the same as doubles in both lanes, times 2^-15
-    Double2 px, py, pz;  // camera-space position
-    Double2 dx, dy, dz;  // camera-space direction
-    Double2 kc, kl, kq;
+    double channel[3];   // the same as doubles, times 2^-15
+    double px, py, pz;   // camera-space position
+    double dx, dy, dz;   // camera-space direction
+    double kc, kl, kq;
     int64_t power;  // cone exponent
     bool inRange;   // position within the range where distances are worked out in lanes
 };
