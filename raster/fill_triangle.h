@@ -304,32 +304,53 @@ template <class L, int W>
     }
 }
 
-// Draws W pixels at a time while W remain, from the scalar values of the first pixel
-// (moved on past the pixels drawn); returns the next column.
+// The low four lanes of eight.
+[[gnu::always_inline]] inline PixelLanes<4> LowHalf(const PixelLanes<8>& a) {
+    auto low = [](const U32x8& w) __attribute__((always_inline)) {
+        return U32x4{w[0], w[1], w[2], w[3]};
+    };
+    return {low(a.z), low(a.u), low(a.v), low(a.r), low(a.g), low(a.b)};
+}
+
+// Draws W pixels at a time while W remain, then, with eight lanes, four more if four
+// remain, from the scalar values of the first pixel (moved on past the pixels drawn);
+// returns the next column. Spans of fewer than four pixels are left to the scalar rules.
 template <class M, class L, int W>
 [[gnu::always_inline]] inline int32_t LanesRun(const FillContext& c, uint16_t* row, uint32_t* zrow,
                                                int32_t x, int32_t end, uint32_t at[6],
                                                const uint32_t step[6]) {
     using Words = typename LaneTypesOf<W>::Words;
-    if (end - x < W) return x;
+    if (end - x < 4) return x;
     // Only the values the member walks; the others stay 0.
-    auto start = [&](int i, bool walked) __attribute__((always_inline)) {
-        return walked ? at[i] + Ramp<L, W>(step[i]) : Words{};
+    constexpr bool walks[6] = {M::Walks(kZ), M::Walks(kU), M::Walks(kV),
+                               M::Walks(kR), M::Walks(kG), M::Walks(kB)};
+    auto start = [&](int i) __attribute__((always_inline)) {
+        return walks[i] ? at[i] + Ramp<L, W>(step[i]) : Words{};
     };
-    auto by = [&](int i) __attribute__((always_inline)) {
-        return Words{} + step[i] * static_cast<uint32_t>(W);
-    };
-    PixelLanes<W> a = {start(0, M::Walks(kZ)), start(1, M::Walks(kU)), start(2, M::Walks(kV)),
-                       start(3, M::Walks(kR)), start(4, M::Walks(kG)), start(5, M::Walks(kB))};
-    const PixelLanes<W> d = {by(0), by(1), by(2), by(3), by(4), by(5)};
-    do {
-        LanesDraw<M, W>(c, row, zrow, x, a);
-        x += W;
-        if constexpr (M::Walks(kZ)) a.z += d.z;
-        if constexpr (M::kTextured) a.u += d.u, a.v += d.v;
-        if constexpr (M::kRgb) a.r += d.r, a.g += d.g, a.b += d.b;
-    } while (end - x >= W);
-    at[0] = a.z[0], at[1] = a.u[0], at[2] = a.v[0], at[3] = a.r[0], at[4] = a.g[0], at[5] = a.b[0];
+    PixelLanes<W> a = {start(0), start(1), start(2), start(3), start(4), start(5)};
+    if (end - x >= W) {
+        auto by = [&](int i) __attribute__((always_inline)) {
+            return Words{} + (walks[i] ? step[i] * static_cast<uint32_t>(W) : 0u);
+        };
+        const PixelLanes<W> d = {by(0), by(1), by(2), by(3), by(4), by(5)};
+        do {
+            LanesDraw<M, W>(c, row, zrow, x, a);
+            x += W;
+            if constexpr (M::Walks(kZ)) a.z += d.z;
+            if constexpr (M::kTextured) a.u += d.u, a.v += d.v;
+            if constexpr (M::kRgb) a.r += d.r, a.g += d.g, a.b += d.b;
+        } while (end - x >= W);
+    }
+    int next = 0;  // the lane of the next pixel
+    if constexpr (W == 8) {
+        if (end - x >= 4) {
+            LanesDraw<M, 4>(c, row, zrow, x, LowHalf(a));
+            x += 4;
+            next = 4;
+        }
+    }
+    at[0] = a.z[next], at[1] = a.u[next], at[2] = a.v[next];
+    at[3] = a.r[next], at[4] = a.g[next], at[5] = a.b[next];
     return x;
 }
 
@@ -375,8 +396,7 @@ template <class M, class L>
                                     dr,
                                     dg,
                                     db};
-            if constexpr (L::kWide) x = LanesRun<M, L, 8>(c, row, zrow, x, end, at, by);
-            x = LanesRun<M, L, 4>(c, row, zrow, x, end, at, by);
+            x = LanesRun < M, L, L::kWide ? 8 : 4 > (c, row, zrow, x, end, at, by);
             z = static_cast<int32_t>(at[0]), u = static_cast<int32_t>(at[1]);
             v = static_cast<int32_t>(at[2]), r = at[3], g = at[4], b = at[5];
         }
