@@ -65,6 +65,7 @@ int AppInit() {
     DemoLightsCreate(world->lights);
     ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
     DemoRenderContextInit(&world->context);
+    RenderFrameMemoryCommit(RenderListMain(), &world->zbuffer);
     FloatingPointSetup();
     // The frame's second thread starts now, with the floating-point settings just made
     // and before the first frame, which must allocate nothing but the font sprite.

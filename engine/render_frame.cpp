@@ -139,6 +139,20 @@ void RenderFrameThreadsSet(int threads) {
     gThreads = threads >= 2 && WorkerStart() ? 2 : 1;
 }
 
+// Rewrites one byte of every page of [data, data + bytes) with itself.
+static void PagesCommit(void* data, size_t bytes) {
+    volatile unsigned char* p = static_cast<unsigned char*>(data);
+    for (size_t at = 0; at < bytes; at += 4096) p[at] = p[at];
+    if (bytes) p[bytes - 1] = p[bytes - 1];
+}
+
+void RenderFrameMemoryCommit(RenderList* list, ZBuffer* zbuffer) {
+    if (list) PagesCommit(list, sizeof *list);
+    if (zbuffer && zbuffer->buffer) PagesCommit(zbuffer->buffer, zbuffer->sizeWords * 4u);
+    PagesCommit(gCuts, sizeof gCuts);
+    PagesCommit(gDraws, sizeof gDraws);
+}
+
 int RenderFrameThreads() {
     return gThreads;
 }
