@@ -310,11 +310,20 @@ template <int N, bool kFlat>
                      dp, [](D x) __attribute__((always_inline)) { return x; }),
                  sums);
     }
+    // Lanes of one anchor share its reaches.
+    const int32_t first = v->anchor[at[0]];
+    bool oneAnchor = true;
+    for (int lane = 1; lane < N; ++lane) oneAnchor = oneAnchor && v->anchor[at[lane]] == first;
     for (int32_t k = 0; k < set.distantCount; ++k) {
         D x, y, z, by;
-        for (int lane = 0; lane < N; ++lane) {
-            const Reach& r = chunk.reach[k][v->anchor[at[lane]]];
-            x[lane] = r.x, y[lane] = r.y, z[lane] = r.z, by[lane] = r.by;
+        if (oneAnchor) {
+            const Reach& r = chunk.reach[k][first];
+            x = D{} + r.x, y = D{} + r.y, z = D{} + r.z, by = D{} + r.by;
+        } else {
+            for (int lane = 0; lane < N; ++lane) {
+                const Reach& r = chunk.reach[k][v->anchor[at[lane]]];
+                x[lane] = r.x, y[lane] = r.y, z[lane] = r.z, by[lane] = r.by;
+            }
         }
         const D dp = nx * x + ny * y + nz * z;
         AddTerms(*set.distant[k], base,
