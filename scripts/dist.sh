@@ -46,10 +46,8 @@ epoch=$(git log -1 --format=%ct 2>/dev/null || date +%s)
 strip "$out/invitro"
 SOURCE_DATE_EPOCH=$epoch x86_64-w64-mingw32-strip "$out/invitro.exe"
 if [ $web -eq 1 ]; then
-  mkdir "$out/web"
-  for f in build/web/index.html build/web/*.js build/web/*.wasm; do
-    [ -f "$f" ] && cp "$f" "$out/web/"
-  done
+  # The site as it is served: it also runs opened straight from the folder.
+  cp -r build/web/site "$out/web"
   [ -f "$out/web/index.html" ] || { echo "dist: the web build left no index.html" >&2; exit 1; }
 fi
 
