@@ -48,7 +48,8 @@ serve: web
 	@echo "invitro: open http://127.0.0.1:$(PORT)/ in a browser (Ctrl-C stops the server)"
 	@python3 -m http.server $(PORT) --bind 127.0.0.1 --directory build/web/site
 
-web-test: web build
+# In headless Chromium and Firefox; INVITRO_BROWSERS=chromium limits it to one.
+web-test: web
 	@scripts/deps.sh webtest
 	@tests/web/run
 

@@ -10,7 +10,8 @@ packages_of() {
     windows)  echo "g++-mingw-w64-x86-64" ;;
     web)      echo "cmake make emscripten python3" ;;
     # npm often comes with a nodejs from elsewhere; Debian's package only when it does not.
-    webtest)  echo "chromium"; command -v npm >/dev/null || echo "npm" ;;
+    # Headless Firefox plays sound only through a sound server: PulseAudio, with a null sink.
+    webtest)  echo "chromium firefox-esr pulseaudio pulseaudio-utils unzip"; command -v npm >/dev/null || echo "npm" ;;
     smoke)    echo "xvfb xdotool imagemagick x11-utils python3 wine wine64" ;;
     tools)    echo "sox ffmpeg" ;;
     assets)   echo "libfreetype-dev fonts-dejavu-extra python3" ;;
