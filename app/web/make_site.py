@@ -1,13 +1,17 @@
 #!/usr/bin/env python3
 """Makes the web site from the build's script and the page's template.
 
-The folder OUT gets index.html, invitro.<hash>.js and preview.png, and nothing else of
-the build. The script's name carries a hash of its contents, so a browser's cached page
-only ever loads the script it was made with. The page carries the festival's
-information lines and the scroller's text as text (for screen readers, search engines
-and link previews), taken from the same source as the program's.
+The folder OUT gets index.html, invitro.<hash>.js, invitro.<hash>.wasm,
+invitro.<hash>.wasm.js and preview.png, and nothing else of the build. The names carry
+a hash of the script and the wasm together, so a browser's cached page only ever loads
+the pair it was made with. A page opened as a file may not fetch its wasm: it loads the
+wasm.js script instead, the same wasm in base64, which a web server never sends. The
+page carries the festival's information lines and the scroller's text as text (for
+screen readers, search engines and link previews), from the same source as the
+program's.
 """
 import argparse
+import base64
 import hashlib
 import html
 import os
@@ -96,12 +100,22 @@ def main():
         sys.exit(f"make_site: no information lines or scroller text in {a.texts}")
 
     script = open(a.script, "rb").read()
-    script_name = f"invitro.{hashlib.sha256(script).hexdigest()[:12]}.js"
+    wasm = open(os.path.splitext(a.script)[0] + ".wasm", "rb").read()
+    name = f"invitro.{hashlib.sha256(script + wasm).hexdigest()[:12]}"
+    files = {
+        name + ".js": script,
+        name + ".wasm": wasm,
+        name + ".wasm.js": b"Module.wasmBinary = (function (text) {\n"
+        b"  var bytes = new Uint8Array(text.length);\n"
+        b"  for (var i = 0; i < text.length; ++i) bytes[i] = text.charCodeAt(i);\n"
+        b"  return bytes;\n"
+        b'})(atob("' + base64.b64encode(wasm) + b'"));\n',
+    }
     description = (f"The invitation intro of {lines[0].strip()}, {lines[1].strip()}: "
                    "real-time software 3D, the festival's news and a tracker tune, "
                    "in the browser.")
     page = open(a.page, encoding="utf-8").read()
-    for key, value in (("@SCRIPT@", script_name),
+    for key, value in (("@BUILD@", name),
                        ("@DESCRIPTION@", html.escape(description)),
                        ("@INVITATION@", invitation(lines, scroller))):
         if key not in page:
@@ -109,11 +123,12 @@ def main():
         page = page.replace(key, value)
 
     os.makedirs(a.out, exist_ok=True)
-    for name in os.listdir(a.out):
-        if name != script_name and re.fullmatch(r"invitro\.[0-9a-f]+\.js", name):
-            os.remove(os.path.join(a.out, name))
-    with open(os.path.join(a.out, script_name), "wb") as f:
-        f.write(script)
+    for old in os.listdir(a.out):
+        if old not in files and re.fullmatch(r"invitro\.[0-9a-f]+\.(js|wasm|wasm\.js)", old):
+            os.remove(os.path.join(a.out, old))
+    for file, data in files.items():
+        with open(os.path.join(a.out, file), "wb") as f:
+            f.write(data)
     shutil.copyfile(a.preview, os.path.join(a.out, "preview.png"))
     with open(os.path.join(a.out, "index.html"), "w", encoding="utf-8") as f:
         f.write(page)

@@ -35,7 +35,7 @@ export async function serveSite(root = siteRoot) {
         return;
       }
       if (stale && name.endsWith(".html"))
-        data = data.toString().replace(/invitro\.[0-9a-f]+\.js/g, "invitro.000000000000.js");
+        data = data.toString().replace(/invitro\.[0-9a-f]{12}/g, "invitro.000000000000");
       const type = kTypes[path.extname(file)] || "application/octet-stream";
       response.writeHead(200, { "content-type": type }).end(data);
     });
