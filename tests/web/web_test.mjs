@@ -1,11 +1,12 @@
 // The web build in real headless Chromium and Firefox: the start card and a real click,
 // picture, pace and sound through main-thread stalls, full screen and Escape; ?autostart
 // with an output that is not 44100 Hz and a key press that brings the sound; a browser
-// without Web Audio; the page's own message for each failure; pacing at fake refresh
-// rates; every frame of a cycle against the recorded frame sums; in Chromium only, a
-// phone (touch, both orientations) and a page hidden and frozen for a minute. With INVITRO_ZIP set
-// to the release zip, its web folder opened as a file.
-// Needs the site (make web). INVITRO_BROWSERS limits the browsers ("chromium firefox").
+// without Web Audio, and one without an AudioWorklet; the page's own message for each
+// failure; pacing at fake refresh rates; every frame of a cycle against the recorded
+// frame sums; in Chromium only, a phone (touch, both orientations) and a page hidden and
+// frozen for a minute. With INVITRO_ZIP set to the release zip, its web folder opened
+// as a file. Needs the site (make web). INVITRO_BROWSERS limits the browsers
+// ("chromium firefox").
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import fs from "node:fs";
@@ -184,7 +185,7 @@ for (const kind of kBrowsers) {
     });
   });
 
-  test(`${kind}: without Web Audio the show runs silent, saying so once`, async () => {
+  test(`${kind}: without Web Audio the show runs silent, saying so once; without a worklet the page's thread plays`, async () => {
     const setup = (page) => page.evaluateOnNewDocument(() => {
       delete window.AudioContext;
       delete window.webkitAudioContext;
@@ -197,6 +198,20 @@ for (const kind of kBrowsers) {
       assert.equal(measured.slices, 0);
       assert.deepEqual(log.errors, []);
     }, { setup });
+
+    // As a page served over plain http from another host: not a secure context.
+    const noWorklet = (page) => page.evaluateOnNewDocument(() => {
+      Object.defineProperty(BaseAudioContext.prototype, "audioWorklet", { get: () => undefined });
+    });
+    await withPage(kind, `${site.url}/index.html`, async ({ page, log }) => {
+      await waitFor(async () => (await pageState(page)) == "ready", "the start card");
+      await page.click("#card");
+      await reportCount(log, 4);
+      const measured = rates(reports(log));
+      assert.equal((await audioState(page)).node, "ScriptProcessorNode");
+      assert.ok(Math.abs(measured.slices - 44100 / 884) < 5, `slices a second: ${measured.slices}`);
+      assert.ok(measured.rms > 100, `the music is silent (rms ${measured.rms})`);
+    }, { setup: noWorklet });
   });
 
   test(`${kind}: no SIMD, a fault in a frame and a page older than its script each get their own message`, async () => {
