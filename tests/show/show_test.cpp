@@ -141,7 +141,9 @@ TEST(Show, FullCycleMatchesScheduleAndReferencesAndMeetsNoDenormal) {
             EXPECT_LE(differing, kWidth * kHeight / 200) << ref.file;
             if (differing > kWidth * kHeight / 200) {
                 const std::string failed = std::string(ref.file) + ".actual.png";
-                PngWriteRgb565(failed.c_str(), picture.data(), kWidth, kHeight, kWidth * 2);
+                std::string ignored;
+                PngWriteRgb565(failed.c_str(), picture.data(), kWidth, kHeight, kWidth * 2,
+                               &ignored);
             }
         }
     }
