@@ -279,8 +279,9 @@ void RefuseSharedOutputs(const Options& o, const Plan& plan, const std::string& 
         const std::string base = resolved.target.substr(resolved.target.rfind('/') + 1);
         long n = -1;
         char rest = 0;
-        const bool frameName = std::sscanf(base.c_str(), "frame_%6ld.png%c", &n, &rest) == 1 &&
-                               base.size() == 16 && n < plan.count;
+        const bool frameName = !plan.single && base.size() == 16 &&
+                               std::sscanf(base.c_str(), "frame_%6ld.png%c", &n, &rest) == 1 &&
+                               n >= 0 && n < plan.count;
         if ((frameName || base == PngName(o, plan, 0)) &&
             OutputSame(outputs[i].path.c_str(), (o.out + "/" + base).c_str()))
             Die(outputs[i].what + " is one of the recording's PNG frames");
