@@ -11,7 +11,7 @@ PORT ?= 8000
 # cmake builds with make underneath; its directory changes are noise here.
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test build checksums windows web serve web-test bench bench-web asan tsan assets dist clean
+.PHONY: run test build checksums arm64 windows web serve web-test bench bench-web asan tsan assets dist clean
 
 build:
 	@scripts/deps.sh build
@@ -23,11 +23,19 @@ run: build
 	@$(BUILD)/app/invitro
 
 test: build
+	@scripts/deps.sh test
 	@ctest --preset $(PRESET)
 
 # Every frame of a capture cycle and the music renders against tests/checksums/.
 checksums: build
 	@scripts/checksums.sh
+
+# The Linux arm64 cross build (build/arm64); ctest --preset arm64 and
+# scripts/checksums.sh build/arm64 run its tests and outputs under qemu-aarch64.
+arm64:
+	@scripts/deps.sh arm64
+	@cmake --preset arm64 >/dev/null
+	@cmake --build --preset arm64
 
 windows:
 	@scripts/deps.sh windows
