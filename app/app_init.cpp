@@ -10,6 +10,7 @@
 #include "demo/world.h"
 #include "display/display.h"
 #include "engine/math3d.h"
+#include "engine/render_frame.h"
 #include "engine/tables.h"
 #include "engine/terrain.h"
 #include "music/music.h"
@@ -60,10 +61,11 @@ int AppInit() {
     world->engineGlobal[3] = 1.0f;
     DemoLightsCreate(world->lights);
     ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
+    DemoRenderContextInit(&world->context);
     FloatingPointSetup();
     // The frame's second thread starts now, with the floating-point settings just made
     // and before the first frame, which must allocate nothing but the font sprite.
-    DemoFrameSetThreads(2);
+    RenderFrameThreadsSet(2);
 
     for (int32_t i = 0; i < kDemoObjectCount; ++i)
         ObjectFromTemplate(&world->objects[i], kMeshTemplates[i], kMeshTemplateSizes[i]);

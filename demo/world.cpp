@@ -17,6 +17,15 @@ DemoWorld* DemoWorldGet() {
     return &gWorld;
 }
 
+void DemoRenderContextInit(RenderContext* context) {
+    *context = {};
+    context->attr = kRenderDepthZ | kRenderAffine;  // 0x102
+    context->list = RenderListMain();
+    context->alphaOverride = -1;
+    context->mipDistance = 0;
+    context->perspectiveSwitchDistance = 1000;
+}
+
 // Spin angles grow a little every frame and wrap at a full turn.
 struct Spin {
     float angle;

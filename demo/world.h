@@ -31,7 +31,7 @@ struct DemoWorld {
     Object3D instances[kDemoInstanceCount];
     Light lights[kMaxLights];
     ZBuffer zbuffer;
-    RenderContext context;
+    RenderContext context;  // the render pass's choices, set once by DemoRenderContextInit
     float engineGlobal[4];  // (20, 20, 20, 1), set at start-up; nothing in this build reads it
     DemoDrawn drawn[kDemoDrawnMax];  // this frame's objects, in insertion order
     int32_t drawnCount;
@@ -39,6 +39,11 @@ struct DemoWorld {
 
 // The one world of the process (static storage).
 DemoWorld* DemoWorldGet();
+
+// The render pass's choices for the whole show, made at start-up: less-than depth, affine
+// texture sampling, each triangle's own alpha, the frame's render list. The frame and depth
+// targets are the engine's to fill each frame (RenderFrame).
+void DemoRenderContextInit(RenderContext* context);
 
 // The ten lights of start-up: ambient, one directional light and eight point lights
 // over the centre (the last two, the sun's and the moon's, start switched off).

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "engine/lanes.h"
-#include "engine/tri_stages.h"
 
 int CameraInit(Camera* cam, uint32_t attr, const Vec3* pos, const Vec3* dir, const Vec3* target,
                float nearZ, float farZ, float fov, float viewportW, float viewportH) {
@@ -95,40 +94,83 @@ int CameraBuildUVN(Camera* cam, int mode) {
 
 int RenderListRemoveBackfaces(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
-    for (int32_t k = 0; k < list->numPolys; ++k) {
-        RenderListRecordFill(list, k);
-        RasterTri* tri = list->polyPointers[k];
-        if (RasterTriProcessable(tri)) TriBackFaceMark(tri, cam->pos);
-    }
+    RenderListRemoveBackfacesRange(list, cam, 0, list->numPolys);
     return 1;
 }
 
 int RenderListWorldToCamera(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
-    const Mat4Lanes m = Mat4LanesOf(cam->mcam);
-    for (int32_t k = 0; k < list->numPolys; ++k) {
-        RasterTri* tri = list->polyPointers[k];
-        if (RasterTriProcessable(tri)) TriWorldToCamera(tri, m);
-    }
+    RenderListWorldToCameraRange(list, cam, 0, list->numPolys);
     return 1;
 }
 
 int RenderListCameraToPerspective(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
-    for (int32_t k = 0; k < list->numPolys; ++k) {
-        RasterTri* tri = list->polyPointers[k];
-        if (RasterTriProcessable(tri)) TriToPerspective(tri, cam->viewDist, cam->aspectRatio);
-    }
+    RenderListCameraToPerspectiveRange(list, cam, 0, list->numPolys);
     return 1;
 }
 
 int RenderListPerspectiveToScreen(RenderList* list, const Camera* cam) {
     if (!list || !cam) return 0;
+    RenderListPerspectiveToScreenRange(list, cam, 0, list->numPolys);
+    return 1;
+}
+
+void RenderListRemoveBackfacesRange(RenderList* list, const Camera* cam, int32_t from, int32_t to) {
+    RenderListRecordsWrite(list, from, to);
+    const Vec3 cameraPos = cam->pos;
+    for (int32_t k = from; k < to; ++k) {
+        RasterTri* tri = list->polyPointers[k];
+        if (!RasterTriProcessable(tri) || (tri->attr & kAttrTwoSided)) continue;
+        // Edge-on (zero) and unordered (NaN) both count as facing away.
+        const Vertex3D* v = tri->tvlist;
+        const Vec3 p0 = {v[0].x, v[0].y, v[0].z, v[0].w};
+        const Vec3 e1 = Vec3Sub(p0, {v[1].x, v[1].y, v[1].z, v[1].w});
+        const Vec3 e2 = Vec3Sub(p0, {v[2].x, v[2].y, v[2].z, v[2].w});
+        const Vec3 normal = Vec3Cross(e1, e2);
+        const Vec3 view = Vec3Sub(p0, cameraPos);
+        if (!(Vec3Dot(normal, view) > 0.0)) tri->state |= kPolyBackFace;
+    }
+}
+
+void RenderListWorldToCameraRange(RenderList* list, const Camera* cam, int32_t from, int32_t to) {
+    const Mat4Lanes m = Mat4LanesOf(cam->mcam);
+    for (int32_t k = from; k < to; ++k) {
+        RasterTri* tri = list->polyPointers[k];
+        if (!RasterTriProcessable(tri)) continue;
+        for (Vertex3D& v : tri->tvlist) {
+            float p[4];
+            Mat4LanesMulRow(v.x, v.y, v.z, v.w, m, p);
+            v.x = p[0], v.y = p[1], v.z = p[2], v.w = p[3];
+        }
+    }
+}
+
+void RenderListCameraToPerspectiveRange(RenderList* list, const Camera* cam, int32_t from,
+                                        int32_t to) {
+    const double d = cam->viewDist, aspect = cam->aspectRatio;
+    for (int32_t k = from; k < to; ++k) {
+        RasterTri* tri = list->polyPointers[k];
+        if (!RasterTriProcessable(tri)) continue;
+        // x = d x / z and y = d y aspect / z, both in one division.
+        for (Vertex3D& v : tri->tvlist) {
+            const Double2 numerator = Double2{d * v.x, d * v.y * aspect};
+            const Float2 xy = __builtin_convertvector(numerator / Splat(v.z), Float2);
+            v.x = xy[0], v.y = xy[1];
+        }
+    }
+}
+
+void RenderListPerspectiveToScreenRange(RenderList* list, const Camera* cam, int32_t from,
+                                        int32_t to) {
     const double alpha = 0.5 * cam->viewportWidth - 0.5;
     const double beta = 0.5 * cam->viewportHeight - 0.5;
-    for (int32_t k = 0; k < list->numPolys; ++k) {
+    for (int32_t k = from; k < to; ++k) {
         RasterTri* tri = list->polyPointers[k];
-        if (RasterTriProcessable(tri)) TriToScreen(tri, alpha, beta);
+        if (!RasterTriProcessable(tri)) continue;
+        for (Vertex3D& v : tri->tvlist) {
+            v.x = static_cast<float>(alpha + alpha * v.x);
+            v.y = static_cast<float>(beta - beta * v.y);
+        }
     }
-    return 1;
 }

@@ -37,10 +37,12 @@ constexpr int kCameraUVNSpherical = 1;  // target from the elevation and heading
 int CameraBuildUVN(Camera* cam, int mode);
 
 // The per-frame passes, in calling order after insertion (and clipping between world
-// to camera and perspective). Each works on processable records only.
+// to camera and perspective). Each works on processable records only, and each is its
+// stage below run over the whole list.
 
-// Marks back faces (kPolyBackFace) in world space; edge-on counts as back-facing,
-// two-sided triangles are never marked.
+// Writes the records insertion noted (RenderListRecordsWrite), then marks back faces
+// (kPolyBackFace) in world space; edge-on counts as back-facing, two-sided triangles are
+// never marked. Once per frame, first after insertion.
 int RenderListRemoveBackfaces(RenderList* list, const Camera* cam);
 // tvlist positions times the camera matrix.
 int RenderListWorldToCamera(RenderList* list, const Camera* cam);
@@ -48,3 +50,12 @@ int RenderListWorldToCamera(RenderList* list, const Camera* cam);
 int RenderListCameraToPerspective(RenderList* list, const Camera* cam);
 // Perspective coordinates in [-1, 1] to pixels, y growing downwards.
 int RenderListPerspectiveToScreen(RenderList* list, const Camera* cam);
+
+// The stages: each pass above over records [from, to) of the list only. The frame's passes
+// (render_frame.h) run them a batch of records at a time, on the thread that owns the batch.
+void RenderListRemoveBackfacesRange(RenderList* list, const Camera* cam, int32_t from, int32_t to);
+void RenderListWorldToCameraRange(RenderList* list, const Camera* cam, int32_t from, int32_t to);
+void RenderListCameraToPerspectiveRange(RenderList* list, const Camera* cam, int32_t from,
+                                        int32_t to);
+void RenderListPerspectiveToScreenRange(RenderList* list, const Camera* cam, int32_t from,
+                                        int32_t to);

@@ -90,16 +90,23 @@ static int ClipNearFar(RasterTri* tri, float nearZ, float farZ, ClipCut* cut) {
     return 0;
 }
 
-int ClipRecord(RasterTri* tri, const Camera* cam, uint32_t flags, ClipCut* cut) {
+int32_t RenderListClipRange(RenderList* list, const Camera* cam, uint32_t flags, int32_t from,
+                            int32_t to, ClipCut* cuts) {
     // Deliberate: the width bounds y as well, matching the camera's top and bottom planes.
     const double k = 0.5 * cam->viewplaneWidth / cam->viewDist;
-    if (((flags & kClipX) && OutsideSides(tri->tvlist, k, false)) ||
-        ((flags & kClipY) && OutsideSides(tri->tvlist, k, true))) {
-        tri->state |= kPolyClipped;
-        return 0;
+    int32_t made = 0;
+    for (int32_t n = from; n < to; ++n) {
+        RasterTri* tri = list->polyPointers[n];
+        if (!RasterTriProcessable(tri)) continue;
+        if (((flags & kClipX) && OutsideSides(tri->tvlist, k, false)) ||
+            ((flags & kClipY) && OutsideSides(tri->tvlist, k, true))) {
+            tri->state |= kPolyClipped;
+            continue;
+        }
+        if ((flags & kClipNearFar) && ClipNearFar(tri, cam->nearClipZ, cam->farClipZ, &cuts[made]))
+            cuts[made++].record = n;
     }
-    if (!(flags & kClipNearFar)) return 0;
-    return ClipNearFar(tri, cam->nearClipZ, cam->farClipZ, cut);
+    return made;
 }
 
 int ClipCutAppend(RenderList* list, const ClipCut& cut) {
@@ -119,15 +126,14 @@ int ClipCutAppend(RenderList* list, const ClipCut& cut) {
 
 int RenderListClip(RenderList* list, const Camera* cam, uint32_t flags) {
     if (!list || !cam) return 0;
+    // The records present now, a batch at a time, each batch's pieces appended after it.
     const int32_t count = list->numPolys;
-    for (int32_t n = 0; n < count; ++n) {
-        RasterTri* tri = list->polyPointers[n];
-        if (!RasterTriProcessable(tri)) continue;
-        ClipCut cut;
-        if (ClipRecord(tri, cam, flags, &cut)) {
-            cut.record = n;
-            ClipCutAppend(list, cut);
-        }
+    constexpr int32_t kBatch = 256;
+    ClipCut cuts[kBatch];
+    for (int32_t from = 0; from < count; from += kBatch) {
+        const int32_t to = count - from > kBatch ? from + kBatch : count;
+        const int32_t made = RenderListClipRange(list, cam, flags, from, to, cuts);
+        for (int32_t i = 0; i < made; ++i) ClipCutAppend(list, cuts[i]);
     }
     return 1;
 }

@@ -26,8 +26,11 @@ struct ClipCut {
     float x, y, z, u, v;
 };
 
-// RenderListClip's work on one processable record. Returns 1 when the record was cut in
-// two, with the second piece in `cut` (all but cut->record).
-int ClipRecord(RasterTri* tri, const Camera* cam, uint32_t flags, ClipCut* cut);
+// The stage: RenderListClip over records [from, to), whose second pieces are not appended
+// but written to cuts[0..] (room for to - from); returns their number. Appended in that
+// order with ClipCutAppend, after the cuts of the records before, they make the list
+// RenderListClip makes.
+int32_t RenderListClipRange(RenderList* list, const Camera* cam, uint32_t flags, int32_t from,
+                            int32_t to, ClipCut* cuts);
 // Appends the second piece of a cut with RenderListInsertTri; 0 when the list is full.
 int ClipCutAppend(RenderList* list, const ClipCut& cut);

@@ -75,10 +75,16 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select) {
 
 // Lighting works on vector lanes (engine/lanes.h): every lane does exactly the operations,
 // in the same order, that the rules ask for one vertex, so how vertices are grouped into
-// lanes changes no result. Two triangles go side by side, one in each lane; two
-// consecutive Gouraud triangles that share their vertex 0 and base colour, as the two of
-// a terrain cell do, share the distance-based work of that vertex and the vertices they
-// have in common.
+// lanes changes no result.
+//
+// One formulation serves every record. A record's vertex 0 is its "anchor", from which the
+// point and plain spot lights measure their distance; its "lit vertices" are what a
+// colour is worked out for: the face (normal = the face normal, intensities divided by
+// the normal length) of a flat triangle, the three vertices (their own normals) of a
+// Gouraud one. The distance-based values of each light are worked out once per anchor;
+// consecutive triangles that share vertex 0 share an anchor, and a lit vertex the same in
+// every input (normal, position and base colour) as one before it at the same anchor, as
+// the two triangles of a terrain cell have two, is worked out once.
 
 // The same bits as another type of the same size.
 template <class To, class From>
@@ -115,8 +121,8 @@ static inline bool InNearRange(double x, double y, double z) {
     return std::fabs(x) < kNearRange && std::fabs(y) < kNearRange && std::fabs(z) < kNearRange;
 }
 
-// The distance of the point and plain spot lights, through the integer routine when a
-// position lies out of the exact range of FastDistance2.
+// The FastDistance of (x, y, z) in each lane, through the integer routine when a position
+// lies out of the exact range of FastDistance2.
 static inline Double2 LightDistance(Double2 x, Double2 y, Double2 z, bool inRange) {
     if (inRange) return FastDistance2(x, y, z);
     Double2 d;
@@ -127,45 +133,37 @@ static inline Double2 LightDistance(Double2 x, Double2 y, Double2 z, bool inRang
     return d;
 }
 
-// The attenuation of a point or plain spot light at distance d (for a point light times
-// d as well).
-static inline Double2 Attenuation(Double2 kc, Double2 kl, Double2 kq, Double2 d, bool point) {
-    const Double2 divisor = kc + kl * d + kq * d * d;
-    return point ? divisor * d : divisor;
-}
+// Records are lit kChunk at a time.
+constexpr int32_t kChunk = 32;
 
-// A switched-on light reduced to what the loops need.
-struct LightTerm {
-    uint32_t kind;       // its first kind bit
-    uint32_t colour[3];  // red, green, blue: ambient colour for ambient lights, else diffuse
-    Double2 channel[3];  // the same as doubles in both lanes, times 2^-15
-    Double2 px, py, pz;  // camera-space position
-    Double2 dx, dy, dz;  // camera-space direction
-    Double2 kc, kl, kq;
-    int64_t power;  // cone exponent
-    bool inRange;   // position within kNearRange
+// What a distant light gives the lit vertices of one anchor: the vector their normals are
+// dotted with (from the anchor to a point light; a spot light's direction) and what 128
+// times the dot product is divided by (the attenuation, for a point light times d too).
+struct Reach {
+    double x, y, z, by;
 };
 
-// The frame's lights, sorted by kind.
-struct LightSet {
-    LightTerm terms[kMaxLights];  // in table order
+// Lit vertices side by side, flat ones and Gouraud ones apart.
+struct LitVertices {
     int32_t count;
-    const LightTerm* ambient[kMaxLights];
-    const LightTerm* infinite[kMaxLights];
-    const LightTerm* distant[kMaxLights];  // point and plain spot
-    const LightTerm* cone[kMaxLights];
-    int32_t ambientCount, infiniteCount, distantCount, coneCount;
-    bool packs565;  // ColourPacker is the 5.6.5 packer, written out here
+    double nx[3 * kChunk], ny[3 * kChunk], nz[3 * kChunk];
+    double normalLength[3 * kChunk];     // flat only
+    uint32_t colour[3 * kChunk];         // the base colour word
+    const Vertex3D* source[3 * kChunk];  // its vertex: where the cone measures from
+    int32_t anchor[3 * kChunk];
+    uint32_t lit[3 * kChunk];  // the result, packed
 };
 
-// Two lanes of vertices: lane 0 and lane 1 each with its own vertex 0.
-struct TrianglePair {
-    RasterTri* tri[2];
-    Double2 x0, y0, z0;           // vertex 0
-    Double2 nx[3], ny[3], nz[3];  // vertex normals; flat: the face normal in [0]
-    uint32_t base[2][3];          // base colour channels, per lane
-    Double2 normalLength;
-    bool inRange;  // both vertices 0 within kNearRange
+struct Chunk {
+    int32_t anchorCount;
+    double x0[kChunk], y0[kChunk], z0[kChunk];
+    bool inRange[kChunk];
+    Reach reach[kMaxLights][kChunk];  // [distant light][anchor]
+    LitVertices flat, gouraud;
+    // Each lit record and the lit vertices of its colours.
+    int32_t recordCount;
+    RasterTri* record[kChunk];
+    int32_t vertex[kChunk][3];
 };
 
 // An intensity counts only where dp > 0 and is kept within [0, kIntensityCap]: at the
@@ -186,175 +184,11 @@ static inline Double2 Intensity(Double2 dp, Double2 intensity) {
 // integer (ties to even), so adding those bits adds the rounded term to the low 32 bits
 // of a sum, which are all that is read in the end. Terms are whole numbers, so the order
 // in which lights add them does not matter.
-static inline void AddTerms(const Double2 product[3], Double2 intensity, Word2 sums[3]) {
+static inline void AddTerms(const LightTerm& light, const Double2 base[3], Double2 intensity,
+                            Word2 sums[3]) {
     const Double2 shift = Splat(6755399441055744.0);
-    for (int ch = 0; ch < 3; ++ch) sums[ch] += Bits<Word2>(product[ch] * intensity + shift);
-}
-
-static inline void AmbientSums(const LightSet& set, const uint32_t base[2][3], Word2 sums[3]) {
-    for (int ch = 0; ch < 3; ++ch) sums[ch] = Word2{0, 0};
-    for (int32_t k = 0; k < set.ambientCount; ++k) {
-        for (int ch = 0; ch < 3; ++ch) {
-            const uint32_t c = set.ambient[k]->colour[ch];
-            sums[ch] += Word2{(c * base[0][ch]) >> 8, (c * base[1][ch]) >> 8};
-        }
-    }
-}
-
-// The intensities of the cone spot, one lane and vertex at a time.
-template <int kVertices>
-static void ConeIntensities(const LightTerm& light, const TrianglePair& pair,
-                            Double2 (&intensity)[kVertices]) {
-    for (int lane = 0; lane < 2; ++lane) {
-        const Vertex3D* v = pair.tri[lane]->tvlist;
-        for (int i = 0; i < kVertices; ++i) {
-            intensity[i][lane] = 0.0;
-            const double dp = pair.nx[i][lane] * light.dx[0] + pair.ny[i][lane] * light.dy[0] +
-                              pair.nz[i][lane] * light.dz[0];
-            if (!(dp > 0)) continue;
-            const float sx = v[i].x - static_cast<float>(light.px[0]);
-            const float sy = v[i].y - static_cast<float>(light.py[0]);
-            const float sz = v[i].z - static_cast<float>(light.pz[0]);
-            const double d = FastDistance(sx, sy, sz);
-            const double c = (sx * light.dx[0] + sy * light.dy[0] + sz * light.dz[0]) / d;
-            if (!(c > 0)) continue;
-            const double cp = light.power <= 1 ? c : std::pow(c, static_cast<double>(light.power));
-            const double attenuation = light.kc[0] + light.kl[0] * d + light.kq[0] * d * d;
-            intensity[i][lane] = 128 * dp * cp / attenuation;
-            if constexpr (kVertices == 1) intensity[i][lane] /= pair.normalLength[lane];
-        }
-    }
-}
-
-// Channel sums of a pair: kVertices is 1 for flat shading (the face normal, intensities
-// divided by the normal length) and 3 for Gouraud (vertex normals). Point and plain spot
-// lights take their distance from vertex 0 for every vertex, deliberately; the cone spot
-// measures from each vertex.
-template <int kVertices>
-static void LightPair(const LightSet& set, const TrianglePair& pair, Word2 sums[kVertices][3]) {
-    Word2 ambient[3];
-    AmbientSums(set, pair.base, ambient);
-    for (int i = 0; i < kVertices; ++i) {
-        for (int ch = 0; ch < 3; ++ch) sums[i][ch] = ambient[ch];
-    }
-    Double2 base[3];
     for (int ch = 0; ch < 3; ++ch)
-        base[ch] = Double2{double(pair.base[0][ch]), double(pair.base[1][ch])};
-    auto product = [&](const LightTerm& light, Double2 out[3]) {
-        for (int ch = 0; ch < 3; ++ch) out[ch] = light.channel[ch] * base[ch];
-    };
-
-    // Each vertex's term of a light from direction (x, y, z): 128 times the dot product,
-    // attenuated by `attenuate`.
-    auto vertexTerms = [&](const Double2 p[3], Double2 x, Double2 y, Double2 z, auto attenuate) {
-        for (int i = 0; i < kVertices; ++i) {
-            const Double2 dp = pair.nx[i] * x + pair.ny[i] * y + pair.nz[i] * z;
-            Double2 intensity = attenuate(Splat(128.0) * dp);
-            if constexpr (kVertices == 1) intensity = intensity / pair.normalLength;
-            AddTerms(p, Intensity(dp, intensity), sums[i]);
-        }
-    };
-    for (int32_t k = 0; k < set.infiniteCount; ++k) {
-        const LightTerm& light = *set.infinite[k];
-        Double2 p[3];
-        product(light, p);
-        // Its attenuation is 1, by which dividing changes nothing.
-        vertexTerms(p, light.dx, light.dy, light.dz, [](Double2 v) { return v; });
-    }
-    for (int32_t k = 0; k < set.distantCount; ++k) {
-        const LightTerm& light = *set.distant[k];
-        Double2 p[3];
-        product(light, p);
-        const bool point = light.kind == kLightPoint;
-        const Double2 lx = FloatRounded(light.px - pair.x0);
-        const Double2 ly = FloatRounded(light.py - pair.y0);
-        const Double2 lz = FloatRounded(light.pz - pair.z0);
-        const Double2 d = LightDistance(lx, ly, lz, light.inRange && pair.inRange);
-        const Double2 divisor = Attenuation(light.kc, light.kl, light.kq, d, point);
-        const Double2 x = point ? lx : light.dx, y = point ? ly : light.dy;
-        const Double2 z = point ? lz : light.dz;
-        vertexTerms(p, x, y, z, [divisor](Double2 v) { return v / divisor; });
-    }
-    for (int32_t k = 0; k < set.coneCount; ++k) {
-        const LightTerm& light = *set.cone[k];
-        Double2 p[3];
-        product(light, p);
-        Double2 intensity[kVertices];
-        ConeIntensities<kVertices>(light, pair, intensity);
-        for (int i = 0; i < kVertices; ++i)
-            AddTerms(p, Intensity(intensity[i], intensity[i]), sums[i]);
-    }
-}
-
-// Vertices of one or two triangles that share one vertex 0 and one base colour: up to
-// four different normals, two in each lane. The distance-based work of vertex 0 is done
-// once, two lights at a time.
-struct SharedVertices {
-    Double2 nx[2], ny[2], nz[2];  // normal j in [j / 2][j % 2]
-    double x0, y0, z0;
-    uint32_t base[2][3];  // the same base in both lanes
-    bool inRange;
-};
-
-static void LightShared(const LightSet& set, const SharedVertices& v, Word2 sums[2][3]) {
-    Word2 ambient[3];
-    AmbientSums(set, v.base, ambient);
-    for (int slot = 0; slot < 2; ++slot) {
-        for (int ch = 0; ch < 3; ++ch) sums[slot][ch] = ambient[ch];
-    }
-    auto product = [&](const LightTerm& light, Double2 out[3]) {
-        for (int ch = 0; ch < 3; ++ch) out[ch] = light.channel[ch] * Splat(v.base[0][ch]);
-    };
-    for (int32_t k = 0; k < set.infiniteCount; ++k) {
-        const LightTerm& light = *set.infinite[k];
-        Double2 p[3];
-        product(light, p);
-        for (int slot = 0; slot < 2; ++slot) {
-            const Double2 dp =
-                v.nx[slot] * light.dx + v.ny[slot] * light.dy + v.nz[slot] * light.dz;
-            AddTerms(p, Intensity(dp, Splat(128.0) * dp), sums[slot]);
-        }
-    }
-    for (int32_t k = 0; k < set.distantCount; k += 2) {
-        // Lights k and k + 1 in the two lanes (k twice when it is the last).
-        const LightTerm& a = *set.distant[k];
-        const LightTerm& b = *set.distant[k + 1 < set.distantCount ? k + 1 : k];
-        const Double2 lx = FloatRounded(Double2{a.px[0], b.px[0]} - Splat(v.x0));
-        const Double2 ly = FloatRounded(Double2{a.py[0], b.py[0]} - Splat(v.y0));
-        const Double2 lz = FloatRounded(Double2{a.pz[0], b.pz[0]} - Splat(v.z0));
-        const Double2 d = LightDistance(lx, ly, lz, a.inRange && b.inRange && v.inRange);
-        const Double2 kc = {a.kc[0], b.kc[0]}, kl = {a.kl[0], b.kl[0]}, kq = {a.kq[0], b.kq[0]};
-        const Double2 divisor = kc + kl * d + kq * d * d;
-        const int lanes = &a == &b ? 1 : 2;
-        for (int lane = 0; lane < lanes; ++lane) {
-            const LightTerm& light = lane == 0 ? a : b;
-            Double2 p[3];
-            product(light, p);
-            const bool point = light.kind == kLightPoint;
-            const Double2 x = point ? Splat(lx[lane]) : light.dx;
-            const Double2 y = point ? Splat(ly[lane]) : light.dy;
-            const Double2 z = point ? Splat(lz[lane]) : light.dz;
-            const Double2 by = Splat(point ? divisor[lane] * d[lane] : divisor[lane]);
-            for (int slot = 0; slot < 2; ++slot) {
-                const Double2 dp = v.nx[slot] * x + v.ny[slot] * y + v.nz[slot] * z;
-                AddTerms(p, Intensity(dp, Splat(128.0) * dp / by), sums[slot]);
-            }
-        }
-    }
-}
-
-static uint32_t PackSum(const LightSet& set, const Word2 sums[3], int lane) {
-    int32_t channel[3];
-    for (int ch = 0; ch < 3; ++ch) {
-        const uint32_t sum = static_cast<uint32_t>(sums[ch][lane]);
-        channel[ch] = sum > 255 ? 255 : static_cast<int32_t>(sum);
-    }
-    if (set.packs565) {
-        return static_cast<uint16_t>(
-            (((channel[0] >> 3) << 11) + ((channel[1] >> 2) & 63) * 32 + ((channel[2] >> 3) & 31)) &
-            0xFFFF);
-    }
-    return ColourPacker(channel[0], channel[1], channel[2]);
+        sums[ch] += Bits<Word2>(light.channel[ch] * base[ch] * intensity + shift);
 }
 
 // Base colour channels of a 5.6.5 colour word.
@@ -364,83 +198,201 @@ static void BaseChannels(uint32_t c, uint32_t out[3]) {
     out[2] = (c & 31) * 8;
 }
 
-// Lights two triangles of the same shading (a and b may be the same triangle).
-template <int kVertices>
-static void LightTriangles(const LightSet& set, RasterTri* a, RasterTri* b) {
-    TrianglePair pair;
-    pair.tri[0] = a, pair.tri[1] = b;
-    for (int lane = 0; lane < 2; ++lane) {
-        const RasterTri* tri = pair.tri[lane];
-        const Vertex3D* v = tri->tvlist;
-        pair.x0[lane] = v[0].x, pair.y0[lane] = v[0].y, pair.z0[lane] = v[0].z;
-        BaseChannels(tri->color, pair.base[lane]);
-        pair.normalLength[lane] = tri->normalLength;
-        pair.inRange = (lane == 0 || pair.inRange) && InNearRange(v[0].x, v[0].y, v[0].z);
-        if constexpr (kVertices == 1) {
-            const Vec3 p0 = {v[0].x, v[0].y, v[0].z, 1.0f};
-            const Vec3 face = Vec3Cross(Vec3Sub(p0, {v[1].x, v[1].y, v[1].z, 1.0f}),
-                                        Vec3Sub(p0, {v[2].x, v[2].y, v[2].z, 1.0f}));
-            pair.nx[0][lane] = face.x, pair.ny[0][lane] = face.y, pair.nz[0][lane] = face.z;
-        } else {
-            for (int i = 0; i < 3; ++i) {
-                pair.nx[i][lane] = v[i].nx, pair.ny[i][lane] = v[i].ny, pair.nz[i][lane] = v[i].nz;
+[[gnu::always_inline]] static inline uint32_t PackSum(const LightSet& set, uint32_t sum0,
+                                                      uint32_t sum1, uint32_t sum2) {
+    const uint32_t sums[3] = {sum0, sum1, sum2};
+    int32_t channel[3];
+    for (int ch = 0; ch < 3; ++ch)
+        channel[ch] = sums[ch] > 255 ? 255 : static_cast<int32_t>(sums[ch]);
+    if (set.packs565) {
+        return static_cast<uint16_t>(
+            (((channel[0] >> 3) << 11) + ((channel[1] >> 2) & 63) * 32 + ((channel[2] >> 3) & 31)) &
+            0xFFFF);
+    }
+    return ColourPacker(channel[0], channel[1], channel[2]);
+}
+
+// Each distant light's reach of every anchor, two anchors at a time.
+static void ReachesMake(const LightSet& set, Chunk* chunk) {
+    for (int32_t k = 0; k < set.distantCount; ++k) {
+        const LightTerm& light = *set.distant[k];
+        const bool point = light.kind == kLightPoint;
+        for (int32_t a = 0; a < chunk->anchorCount; a += 2) {
+            const int32_t b = a + 1 < chunk->anchorCount ? a + 1 : a;
+            const Double2 lx = FloatRounded(light.px - Double2{chunk->x0[a], chunk->x0[b]});
+            const Double2 ly = FloatRounded(light.py - Double2{chunk->y0[a], chunk->y0[b]});
+            const Double2 lz = FloatRounded(light.pz - Double2{chunk->z0[a], chunk->z0[b]});
+            const Double2 d =
+                LightDistance(lx, ly, lz, light.inRange && chunk->inRange[a] && chunk->inRange[b]);
+            const Double2 divisor = light.kc + light.kl * d + light.kq * d * d;
+            const Double2 by = point ? divisor * d : divisor;
+            for (int lane = 0; lane < 2; ++lane) {
+                chunk->reach[k][lane ? b : a] = {point ? lx[lane] : light.dx[0],
+                                                 point ? ly[lane] : light.dy[0],
+                                                 point ? lz[lane] : light.dz[0], by[lane]};
             }
         }
-    }
-    Word2 sums[kVertices][3];
-    LightPair<kVertices>(set, pair, sums);
-    for (int lane = 0; lane < 2; ++lane) {
-        for (int i = 0; i < kVertices; ++i)
-            pair.tri[lane]->litColor[i] = PackSum(set, sums[i], lane);
     }
 }
 
-// Lights Gouraud triangles a and b together when they share vertex 0 and base colour
-// and have at most four different vertex normals; returns false, lighting nothing,
-// otherwise.
-static bool LightSharingVertexZero(const LightSet& set, RasterTri* a, RasterTri* b) {
-    const Vertex3D *va = a->tvlist, *vb = b->tvlist;
-    if (set.coneCount || a->color != b->color ||
-        std::memcmp(&va[0].x, &vb[0].x, 3 * sizeof(float)) != 0) {
-        return false;
+// The light equation for lit vertices i and j (j may be i) in the two lanes: the
+// channel sums of every light, clamped and packed into their `lit` words. kFlat divides
+// every intensity by the normal length.
+template <bool kFlat>
+static void LightLanes(const LightSet& set, const Chunk& chunk, LitVertices* v, int32_t i,
+                       int32_t j) {
+    const Double2 nx = {v->nx[i], v->nx[j]}, ny = {v->ny[i], v->ny[j]}, nz = {v->nz[i], v->nz[j]};
+    const Double2 normalLength = {v->normalLength[i], v->normalLength[j]};
+    uint32_t bi[3], bj[3];
+    BaseChannels(v->colour[i], bi);
+    BaseChannels(v->colour[j], bj);
+    Double2 base[3];
+    Word2 sums[3];
+    for (int ch = 0; ch < 3; ++ch) {
+        base[ch] = Double2{double(bi[ch]), double(bj[ch])};
+        sums[ch] = Word2{0, 0};
+        for (int32_t k = 0; k < set.ambientCount; ++k) {
+            const uint32_t c = set.ambient[k]->colour[ch];
+            sums[ch] += Word2{(c * bi[ch]) >> 8, (c * bj[ch]) >> 8};
+        }
     }
-    // Each vertex's normal number; a normal is the same as another when its bits are.
-    const Vertex3D* normals[4];
-    int count = 0, index[2][3];
-    const Vertex3D* vertices[2] = {va, vb};
-    for (int t = 0; t < 2; ++t) {
-        for (int i = 0; i < 3; ++i) {
-            int j = 0;
-            while (j < count && std::memcmp(&normals[j]->nx, &vertices[t][i].nx, 3 * sizeof(float)))
-                ++j;
-            if (j == count) {
-                if (count == 4) return false;
-                normals[count++] = &vertices[t][i];
+    // 128 times the dot product of the normals with (x, y, z), divided as asked, then by
+    // the normal length for flat shading.
+    auto intensity = [&](Double2 dp, auto divide) {
+        Double2 value = divide(Splat(128.0) * dp);
+        if constexpr (kFlat) value = value / normalLength;
+        return Intensity(dp, value);
+    };
+    for (int32_t k = 0; k < set.infiniteCount; ++k) {
+        const LightTerm& light = *set.infinite[k];
+        const Double2 dp = nx * light.dx + ny * light.dy + nz * light.dz;
+        // Its attenuation is 1, by which dividing changes nothing.
+        AddTerms(light, base, intensity(dp, [](Double2 x) { return x; }), sums);
+    }
+    const int32_t ai = v->anchor[i], aj = v->anchor[j];
+    for (int32_t k = 0; k < set.distantCount; ++k) {
+        const Reach &ri = chunk.reach[k][ai], &rj = chunk.reach[k][aj];
+        const Double2 dp =
+            nx * Double2{ri.x, rj.x} + ny * Double2{ri.y, rj.y} + nz * Double2{ri.z, rj.z};
+        const Double2 by = {ri.by, rj.by};
+        AddTerms(*set.distant[k], base, intensity(dp, [by](Double2 x) { return x / by; }), sums);
+    }
+    if (set.coneCount) {
+        const Vertex3D &at = *v->source[i], &atj = *v->source[j];
+        const Double2 px = {at.x, atj.x}, py = {at.y, atj.y}, pz = {at.z, atj.z};
+        const bool inRange = InNearRange(px[0], py[0], pz[0]) && InNearRange(px[1], py[1], pz[1]);
+        for (int32_t k = 0; k < set.coneCount; ++k) {
+            const LightTerm& light = *set.cone[k];
+            const Double2 dp = nx * light.dx + ny * light.dy + nz * light.dz;
+            // s = the vertex less the light, c its cosine to the light's direction.
+            const Double2 sx = FloatRounded(px - light.px), sy = FloatRounded(py - light.py);
+            const Double2 sz = FloatRounded(pz - light.pz);
+            const Double2 d = LightDistance(sx, sy, sz, inRange && light.inRange);
+            const Double2 c = (sx * light.dx + sy * light.dy + sz * light.dz) / d;
+            Double2 cp;
+            for (int lane = 0; lane < 2; ++lane) {
+                cp[lane] = !(c[lane] > 0)     ? 0.0
+                           : light.power <= 1 ? c[lane]
+                                              : std::pow(c[lane], static_cast<double>(light.power));
             }
-            index[t][i] = j;
+            const Double2 attenuation = light.kc + light.kl * d + light.kq * d * d;
+            AddTerms(light, base,
+                     intensity(dp, [cp, attenuation](Double2 x) { return x * cp / attenuation; }),
+                     sums);
         }
     }
-    while (count < 4) normals[count++] = normals[0];
-    SharedVertices v;
-    for (int slot = 0; slot < 2; ++slot) {
-        const Vertex3D &n0 = *normals[2 * slot], &n1 = *normals[2 * slot + 1];
-        v.nx[slot] = Double2{n0.nx, n1.nx};
-        v.ny[slot] = Double2{n0.ny, n1.ny};
-        v.nz[slot] = Double2{n0.nz, n1.nz};
+    for (int lane = 0; lane < 2; ++lane) {
+        v->lit[lane ? j : i] =
+            PackSum(set, static_cast<uint32_t>(sums[0][lane]), static_cast<uint32_t>(sums[1][lane]),
+                    static_cast<uint32_t>(sums[2][lane]));
     }
-    v.x0 = va[0].x, v.y0 = va[0].y, v.z0 = va[0].z;
-    BaseChannels(a->color, v.base[0]);
-    BaseChannels(a->color, v.base[1]);
-    v.inRange = InNearRange(v.x0, v.y0, v.z0);
-    Word2 sums[2][3];
-    LightShared(set, v, sums);
-    RasterTri* tris[2] = {a, b};
-    for (int t = 0; t < 2; ++t) {
+}
+
+template <bool kFlat>
+static void LightAll(const LightSet& set, const Chunk& chunk, LitVertices* v) {
+    for (int32_t i = 0; i < v->count; i += 2)
+        LightLanes<kFlat>(set, chunk, v, i, i + 1 < v->count ? i + 1 : i);
+}
+
+// A new lit vertex of anchor `anchor` made from vertex `at` with normal n.
+static int32_t LitVertexAdd(LitVertices* v, int32_t anchor, const double n[3], const Vertex3D& at,
+                            uint32_t colour, float normalLength) {
+    const int32_t k = v->count++;
+    v->nx[k] = n[0], v->ny[k] = n[1], v->nz[k] = n[2];
+    v->normalLength[k] = normalLength;
+    v->colour[k] = colour;
+    v->source[k] = &at;
+    v->anchor[k] = anchor;
+    return k;
+}
+
+// A Gouraud vertex as a lit vertex of the anchor whose lit vertices start at `first`: one
+// of those when it has the same bits of position and normal and the same colour, else a new one.
+static int32_t GouraudVertexAdd(LitVertices* v, int32_t anchor, int32_t first, const Vertex3D& at,
+                                uint32_t colour) {
+    for (int32_t k = first; k < v->count; ++k) {
+        const Vertex3D& seen = *v->source[k];
+        if (v->colour[k] == colour && !std::memcmp(&seen.x, &at.x, 3 * sizeof(float)) &&
+            !std::memcmp(&seen.nx, &at.nx, 3 * sizeof(float))) {
+            return k;
+        }
+    }
+    const double n[3] = {at.nx, at.ny, at.nz};
+    return LitVertexAdd(v, anchor, n, at, colour, 1.0f);
+}
+
+// Gathers records [from, to) that are to be lit into the chunk (marking them lit), up to
+// kChunk of them; records that are neither flat nor Gouraud take their base colour at
+// once. Returns where it stopped.
+static int32_t ChunkCollect(RenderList* list, int32_t from, int32_t to, Chunk* chunk) {
+    chunk->anchorCount = chunk->recordCount = 0;
+    chunk->flat.count = chunk->gouraud.count = 0;
+    int32_t gouraudAnchor = -1, firstOfAnchor = 0;  // the last Gouraud record's anchor
+    int32_t k = from;
+    for (; k < to && chunk->recordCount < kChunk; ++k) {
+        RasterTri* tri = list->polyPointers[k];
+        if (!tri ||
+            (tri->state & (kPolyActive | kPolyClipped | kPolyBackFace | kPolyLit)) != kPolyActive) {
+            continue;
+        }
+        tri->state |= kPolyLit;
+        const bool flat = tri->attr & kAttrShadeFlat;
+        if (!flat && !(tri->attr & kAttrShadeGouraud)) {
+            tri->litColor[0] = tri->color;
+            continue;
+        }
+        const Vertex3D* v = tri->tvlist;
+        const int32_t r = chunk->recordCount++;
+        chunk->record[r] = tri;
+        int32_t anchor = chunk->anchorCount - 1;
+        const bool shared = !flat && gouraudAnchor == anchor && anchor >= 0 &&
+                            chunk->x0[anchor] == v[0].x && chunk->y0[anchor] == v[0].y &&
+                            chunk->z0[anchor] == v[0].z;
+        if (!shared) {
+            anchor = chunk->anchorCount++;
+            chunk->x0[anchor] = v[0].x, chunk->y0[anchor] = v[0].y, chunk->z0[anchor] = v[0].z;
+            chunk->inRange[anchor] = InNearRange(v[0].x, v[0].y, v[0].z);
+        }
+        if (flat) {
+            const Vec3 p0 = {v[0].x, v[0].y, v[0].z, 1.0f};
+            const Vec3 face = Vec3Cross(Vec3Sub(p0, {v[1].x, v[1].y, v[1].z, 1.0f}),
+                                        Vec3Sub(p0, {v[2].x, v[2].y, v[2].z, 1.0f}));
+            const double n[3] = {face.x, face.y, face.z};
+            chunk->vertex[r][0] =
+                LitVertexAdd(&chunk->flat, anchor, n, v[0], tri->color, tri->normalLength);
+            continue;
+        }
+        // The first triangle of an anchor takes its vertices as they are; the next one
+        // shares those that are the same.
+        const int32_t first = shared ? firstOfAnchor : chunk->gouraud.count;
+        if (!shared) gouraudAnchor = anchor, firstOfAnchor = first;
+        const int32_t known = chunk->gouraud.count;
         for (int i = 0; i < 3; ++i) {
-            tris[t]->litColor[i] = PackSum(set, sums[index[t][i] / 2], index[t][i] % 2);
+            chunk->vertex[r][i] =
+                GouraudVertexAdd(&chunk->gouraud, anchor, shared ? first : known, v[i], tri->color);
         }
     }
-    return true;
+    return k;
 }
 
 static uint32_t FirstKind(uint32_t attr) {
@@ -452,7 +404,7 @@ static uint32_t FirstKind(uint32_t attr) {
     return 0;
 }
 
-static void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
+void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
     set->count = set->ambientCount = set->infiniteCount = set->distantCount = set->coneCount = 0;
     set->packs565 = ColourPacker == PackRGB565;
     for (int32_t k = 0; k < count && k < kMaxLights; ++k) {
@@ -483,56 +435,29 @@ static void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
     }
 }
 
-int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count) {
-    return list ? LightRenderListRange(list, cam, lights, count, 0, list->numPolys) : 0;
-}
-
-int LightRenderListRange(RenderList* list, const Camera* /*cam*/, const Light* lights,
-                         int32_t count, int32_t from, int32_t to) {
+int LightRenderList(RenderList* list, const Camera* /*cam*/, const Light* lights, int32_t count) {
     if (!list || (!lights && count > 0)) return 0;
     LightSet set;
     LightSetMake(lights, count, &set);
+    LightRenderListRange(list, set, 0, list->numPolys);
+    return 1;
+}
 
-    // Flat triangles go in pairs; a Gouraud triangle first waits for the next one to
-    // share vertex 0 with, and failing that for a partner of the same kind.
-    RasterTri* waitingFlat = nullptr;
-    RasterTri* waitingShare = nullptr;
-    RasterTri* waitingPair = nullptr;
-    auto pairGouraud = [&](RasterTri* tri) {
-        if (!waitingPair) {
-            waitingPair = tri;
-            return;
-        }
-        LightTriangles<3>(set, waitingPair, tri);
-        waitingPair = nullptr;
-    };
-    for (int32_t k = from; k < to; ++k) {
-        RasterTri* tri = list->polyPointers[k];
-        if (!tri ||
-            (tri->state & (kPolyActive | kPolyClipped | kPolyBackFace | kPolyLit)) != kPolyActive) {
-            continue;
-        }
-        tri->state |= kPolyLit;
-        if (tri->attr & kAttrShadeFlat) {
-            if (!waitingFlat) {
-                waitingFlat = tri;
-                continue;
+void LightRenderListRange(RenderList* list, const LightSet& set, int32_t from, int32_t to) {
+    Chunk chunk;
+    while (from < to) {
+        from = ChunkCollect(list, from, to, &chunk);
+        ReachesMake(set, &chunk);
+        LightAll<true>(set, chunk, &chunk.flat);
+        LightAll<false>(set, chunk, &chunk.gouraud);
+        for (int32_t r = 0; r < chunk.recordCount; ++r) {
+            RasterTri* tri = chunk.record[r];
+            if (tri->attr & kAttrShadeFlat) {
+                tri->litColor[0] = chunk.flat.lit[chunk.vertex[r][0]];
+            } else {
+                for (int i = 0; i < 3; ++i)
+                    tri->litColor[i] = chunk.gouraud.lit[chunk.vertex[r][i]];
             }
-            LightTriangles<1>(set, waitingFlat, tri);
-            waitingFlat = nullptr;
-        } else if (tri->attr & kAttrShadeGouraud) {
-            if (waitingShare && LightSharingVertexZero(set, waitingShare, tri)) {
-                waitingShare = nullptr;
-                continue;
-            }
-            if (waitingShare) pairGouraud(waitingShare);
-            waitingShare = tri;
-        } else {
-            tri->litColor[0] = tri->color;
         }
     }
-    if (waitingFlat) LightTriangles<1>(set, waitingFlat, waitingFlat);
-    if (waitingShare) pairGouraud(waitingShare);
-    if (waitingPair) LightTriangles<3>(set, waitingPair, waitingPair);
-    return 1;
 }

@@ -5,6 +5,7 @@
 #include "engine/camera.h"
 #include "engine/math3d.h"
 #include "engine/render_list.h"
+#include "raster/lanes.h"
 
 constexpr int32_t kMaxLights = 10;
 
@@ -58,6 +59,33 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select);
 // with lights moved by LightsTransform; colours are packed with ColourPacker. Only the
 // first kMaxLights lights are looked at.
 int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count);
-// The same for records [from, to) of the list only.
-int LightRenderListRange(RenderList* list, const Camera* cam, const Light* lights,
-                         int32_t count, int32_t from, int32_t to);
+
+// A switched-on light reduced to what the lighting loops need, in vector lanes.
+struct LightTerm {
+    uint32_t kind;       // its first kind bit
+    uint32_t colour[3];  // red, green, blue: ambient colour for ambient lights, else diffuse
+    Double2 channel[3];  // the same as doubles in both lanes, times 2^-15
+    Double2 px, py, pz;  // camera-space position
+    Double2 dx, dy, dz;  // camera-space direction
+    Double2 kc, kl, kq;
+    int64_t power;  // cone exponent
+    bool inRange;   // position within the range where distances are worked out in lanes
+};
+
+// The first kMaxLights of `count` lights as LightRenderList sees them: the switched-on
+// ones by kind, from their camera-space fields. Made once a frame, after LightsTransform.
+struct LightSet {
+    LightTerm terms[kMaxLights];  // in table order
+    int32_t count;
+    const LightTerm* ambient[kMaxLights];
+    const LightTerm* infinite[kMaxLights];
+    const LightTerm* distant[kMaxLights];  // point and plain spot
+    const LightTerm* cone[kMaxLights];
+    int32_t ambientCount, infiniteCount, distantCount, coneCount;
+    bool packs565;  // ColourPacker is the 5.6.5 packer, written out in the loops
+};
+void LightSetMake(const Light* lights, int32_t count, LightSet* set);
+
+// The stage: LightRenderList for records [from, to) of the list only, with the lights made
+// ready by LightSetMake.
+void LightRenderListRange(RenderList* list, const LightSet& set, int32_t from, int32_t to);

@@ -11,7 +11,6 @@ int RenderListReset(RenderList* list) {
     if (!list) return 0;
     list->numPolys = 0;
     list->runCount = 0;
-    list->generation += 1;
     return 1;
 }
 
@@ -25,68 +24,40 @@ static RasterTri* NextRecord(RenderList* list) {
     return &list->polyData[k];
 }
 
-// The record a polygon makes, its vertices taken from `vertices`.
-static void RecordWrite(RasterTri* tri, const Poly* poly, const Vertex3D* vertices) {
-    tri->state = poly->state;
-    tri->attr = poly->attr;
-    tri->color = poly->color;
-    tri->litColor[0] = poly->litColor[0];
-    tri->litColor[1] = poly->litColor[1];
-    tri->litColor[2] = poly->litColor[2];
-    tri->texture = poly->texture;
-    tri->normalLength = poly->normalLength;
-    for (int i = 0; i < 3; ++i) {
-        const Vertex3D& vertex = vertices[poly->vert[i]];
-        tri->vlist[i] = vertex;
-        tri->tvlist[i] = vertex;
+// Notes the next record as coming from `poly` and `vertices`: on the end of the last run
+// when it follows it, else in a new run.
+static int InsertNoted(RenderList* list, const Poly* poly, const Vertex3D* vertices) {
+    if (!NextRecord(list)) return 0;
+    const int32_t k = list->numPolys;
+    RenderListRun* last = list->runCount > 0 ? &list->runs[list->runCount - 1] : nullptr;
+    if (last && last->first + last->count == k && last->polys + last->count == poly &&
+        last->vertices == vertices) {
+        last->count += 1;
+    } else {
+        list->runs[list->runCount++] = {k, 1, poly, vertices};
     }
-}
-
-// Notes record k as coming from `poly` for later: on the end of the last run when it
-// follows it, else in a new run. Returns 0 when every run is in use.
-static int RunExtend(RenderList* list, int32_t k, const Poly* poly) {
-    if (list->runCount > 0) {
-        RenderListRun& last = list->runs[list->runCount - 1];
-        if (last.first + last.count == k && last.polys + last.count == poly &&
-            last.vertices == poly->vlist) {
-            last.count += 1;
-            return 1;
-        }
-    }
-    if (list->runCount == kRenderListRuns) return 0;
-    list->runs[list->runCount++] = {k, 1, poly, poly->vlist};
+    list->numPolys = k + 1;
     return 1;
 }
 
 int RenderListInsertPoly(RenderList* list, const Poly* poly) {
-    if (!list || !poly) return 0;
-    RasterTri* tri = NextRecord(list);
-    if (!tri) return 0;
-    if (!(list->attr & kRenderListLate) || !RunExtend(list, list->numPolys, poly)) {
-        RecordWrite(tri, poly, poly->vlist);
-    }
-    list->numPolys += 1;
-    return 1;
+    return list && poly ? InsertNoted(list, poly, poly->vlist) : 0;
 }
 
-void RenderListRecordFill(RenderList* list, int32_t k) {
-    // The last run that starts at or before k (runs are in record order).
-    int32_t low = 0, high = list->runCount;
-    while (low < high) {
-        const int32_t middle = (low + high) / 2;
-        if (list->runs[middle].first <= k) {
-            low = middle + 1;
-        } else {
-            high = middle;
-        }
+int RenderListInsertObject(RenderList* list, Object3D* obj, int useLocal) {
+    if (!list || !obj) return 0;
+    if (!(obj->state & kObjectActive) || !(obj->state & kObjectVisible) ||
+        (obj->state & kObjectCulled)) {
+        return 0;
     }
-    if (low == 0) return;
-    const RenderListRun& run = list->runs[low - 1];
-    // Marked with the generation plus one, which a list's zeroed storage never holds.
-    const uint32_t mark = list->generation + 1;
-    if (k >= run.first + run.count || list->written[k] == mark) return;
-    RecordWrite(&list->polyData[k], run.polys + (k - run.first), run.vertices);
-    list->written[k] = mark;
+    // The polygons' own vertex-list pointers are not used: the note names the list.
+    const Vertex3D* vertices = useLocal ? obj->vlistLocal : obj->vlistTrans;
+    for (int32_t p = 0; p < obj->numPolys; ++p) {
+        const Poly* poly = &obj->plist[p];
+        if ((poly->state & (kPolyActive | kPolyClipped | kPolyBackFace)) != kPolyActive) continue;
+        if (!InsertNoted(list, poly, vertices)) return 0;
+    }
+    return 1;
 }
 
 int RenderListInsertTri(RenderList* list, const RasterTri* tri) {
@@ -106,21 +77,40 @@ int RenderListInsertTri(RenderList* list, const RasterTri* tri) {
     return 1;
 }
 
-int RenderListInsertObject(RenderList* list, Object3D* obj, int useLocal) {
-    if (!list || !obj) return 0;
-    if (!(obj->state & kObjectActive) || !(obj->state & kObjectVisible) ||
-        (obj->state & kObjectCulled)) {
-        return 0;
+// The record a polygon makes, its vertices taken from `vertices`.
+static void RecordWrite(RasterTri* tri, const Poly* poly, const Vertex3D* vertices) {
+    tri->state = poly->state;
+    tri->attr = poly->attr;
+    tri->color = poly->color;
+    tri->litColor[0] = poly->litColor[0];
+    tri->litColor[1] = poly->litColor[1];
+    tri->litColor[2] = poly->litColor[2];
+    tri->texture = poly->texture;
+    tri->normalLength = poly->normalLength;
+    for (int i = 0; i < 3; ++i) {
+        const Vertex3D& vertex = vertices[poly->vert[i]];
+        tri->vlist[i] = vertex;
+        tri->tvlist[i] = vertex;
     }
-    Vertex3D* vertices = useLocal ? obj->vlistLocal : obj->vlistTrans;
-    for (int32_t p = 0; p < obj->numPolys; ++p) {
-        Poly* poly = &obj->plist[p];
-        if ((poly->state & (kPolyActive | kPolyClipped | kPolyBackFace)) != kPolyActive) continue;
-        Vertex3D* own = poly->vlist;
-        poly->vlist = vertices;
-        const int inserted = RenderListInsertPoly(list, poly);
-        poly->vlist = own;
-        if (!inserted) return 0;
+}
+
+void RenderListRecordsWrite(RenderList* list, int32_t from, int32_t to) {
+    // The first run that ends after `from` (runs are in record order and do not overlap).
+    int32_t low = 0, high = list->runCount;
+    while (low < high) {
+        const int32_t middle = (low + high) / 2;
+        const RenderListRun& run = list->runs[middle];
+        if (run.first + run.count <= from) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
     }
-    return 1;
+    for (int32_t r = low; r < list->runCount && list->runs[r].first < to; ++r) {
+        const RenderListRun& run = list->runs[r];
+        const int32_t start = run.first > from ? run.first : from;
+        const int32_t end = run.first + run.count < to ? run.first + run.count : to;
+        for (int32_t k = start; k < end; ++k)
+            RecordWrite(&list->polyData[k], run.polys + (k - run.first), run.vertices);
+    }
 }

@@ -39,10 +39,6 @@ constexpr int8_t kUntextured[kModeCount][2][2] = {
     /* z-second  */ {{44, 43}, {17, 21}},
 };
 
-// RenderPass's filler record. Only the words the pass copies are refreshed per triangle;
-// the rest keeps what the triangle before left there.
-RasterTri gWork;
-
 int DepthModeOf(uint32_t contextAttr) {
     if (contextAttr & kRenderDepthNone) return kModeNone;
     if (contextAttr & kRenderDepthZ) return kModeZ;
@@ -55,7 +51,7 @@ int DepthModeOf(uint32_t contextAttr) {
 void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
     Texture* levels = tri->texture;
     if (!(context->attr & kRenderMipMap)) {
-        draw->texture = &levels[0];
+        draw->tri.texture = &levels[0];
         return;
     }
     const int32_t count = levels[0].width < kLog2TableSize ? Log2Table[levels[0].width] : 0;
@@ -64,11 +60,11 @@ void MipLevelChoose(const RenderContext* context, const RasterTri* tri, RenderDr
     if (!(chosen < count)) chosen = count;
     if (chosen < 0) chosen = 0;
     const int32_t level = static_cast<int32_t>(chosen);
-    draw->texture = &levels[level];
+    draw->tri.texture = &levels[level];
     for (int32_t i = 0; i < level; ++i) {
         for (int k = 0; k < 3; ++k) {
-            draw->u[k] *= 0.5f;
-            draw->v[k] *= 0.5f;
+            draw->tri.u[k] *= 0.5f;
+            draw->tri.v[k] *= 0.5f;
         }
     }
 }
@@ -117,33 +113,30 @@ int32_t RenderPassChooseFiller(uint32_t contextAttr, uint32_t triAttr, int32_t b
 }
 
 int RenderPass(const RenderContext* context) {
-    return RenderPassClipped(context, gClipRectangle, &gWork);
-}
-
-int RenderPassClipped(const RenderContext* context, const ClipRectangle& clip, RasterTri* work) {
     // No FrameBuffer is locked when the display did not start: nothing can be drawn (the
     // clip rectangle may still describe a surface of an earlier start).
     if (!context || !context->list || !context->frame) return 0;
-    RenderList* list = context->list;
-    for (int32_t k = 0; k < list->numPolys; ++k) {
-        RenderDraw draw = {};
-        if (RenderDrawPrepare(context, list->polyPointers[k], &draw)) {
-            RenderDrawsRun(context, &draw, 1, clip, work);
+    // One triangle at a time, the count read again after each.
+    for (int32_t k = 0; k < context->list->numPolys; ++k) {
+        RenderDraw draw;
+        if (RenderDrawsPrepare(context, k, k + 1, &draw)) {
+            RenderDrawsRun(context, &draw, 1, gClipRectangle);
         }
     }
     return 1;
 }
 
-int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
-    if (!RasterTriProcessable(tri)) return 0;
+// Fills `draw` for a record drawn under the context; false for one that is not.
+static bool DrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw) {
+    if (!RasterTriProcessable(tri)) return false;
     const uint32_t attr = tri->attr;
     const int32_t blended = RenderPassIsBlended(context->attr, attr, context->alphaOverride);
     const int32_t hybridNear =
         static_cast<float>(context->perspectiveSwitchDistance) >= tri->tvlist[0].z;
     const int32_t member = RenderPassChooseFiller(context->attr, attr, blended, hybridNear);
-    if (!member) return 0;
+    if (!member) return false;
     if (FillerMembers[member - 1].depth == FillerDepth::kGreater && !DepthsFitReciprocal(tri)) {
-        return 0;
+        return false;
     }
     draw->member = member;
     int32_t level = context->alphaOverride >= 0 ? context->alphaOverride
@@ -152,20 +145,23 @@ int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, Render
     draw->level = level > 7 ? 7 : level;
     // The fillers read lit colour 0 only (flat) or all three, and u and v of textured
     // triangles only: the others are copied too, unread.
-    for (int i = 0; i < 3; ++i) {
-        const Vertex3D& v = tri->tvlist[i];
-        draw->litColor[i] = tri->litColor[i];
-        draw->x[i] = v.x, draw->y[i] = v.y, draw->z[i] = v.z, draw->u[i] = v.u, draw->v[i] = v.v;
-    }
-    draw->texture = tri->texture;
+    RasterDrawFromTri(tri, &draw->tri);
     if ((attr & kAttrTextured) && (attr & kAttrMipMapped) && tri->texture) {
         MipLevelChoose(context, tri, draw);
     }
-    return 1;
+    return true;
+}
+
+int32_t RenderDrawsPrepare(const RenderContext* context, int32_t from, int32_t to,
+                           RenderDraw* draws) {
+    RasterTri* const* records = context->list->polyPointers;
+    int32_t count = 0;
+    for (int32_t k = from; k < to; ++k) count += DrawPrepare(context, records[k], &draws[count]);
+    return count;
 }
 
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
-                    const ClipRectangle& clip, RasterTri* work) {
+                    const ClipRectangle& clip) {
     if (!context || !context->frame) return;
     // A triangle whose corners all lie more than a row above or below the clip rectangle
     // would snap to rows outside it (snapping moves a corner by at most half a row, or
@@ -175,15 +171,10 @@ void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32
                 below = static_cast<float>(clip.maxY + 1);
     for (int32_t k = 0; k < count; ++k) {
         const RenderDraw& draw = draws[k];
-        if (clip.minY > 0 && draw.y[0] < above && draw.y[1] < above && draw.y[2] < above) continue;
-        if (draw.y[0] > below && draw.y[1] > below && draw.y[2] > below) continue;
-        for (int i = 0; i < 3; ++i) {
-            Vertex3D& v = work->tvlist[i];
-            work->litColor[i] = draw.litColor[i];
-            v.x = draw.x[i], v.y = draw.y[i], v.z = draw.z[i], v.u = draw.u[i], v.v = draw.v[i];
-        }
-        work->texture = draw.texture;
-        FillerDrawClipped(draw.member, work, context->frame, context->framePitch, context->depth,
-                          context->depthPitch, draw.level, clip);
+        const float* y = draw.tri.y;
+        if (clip.minY > 0 && y[0] < above && y[1] < above && y[2] < above) continue;
+        if (y[0] > below && y[1] > below && y[2] > below) continue;
+        FillerMembers[draw.member - 1].draw(draw.tri, context->frame, context->framePitch,
+                                            context->depth, context->depthPitch, draw.level, clip);
     }
 }

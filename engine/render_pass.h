@@ -5,6 +5,7 @@
 
 #include "display/display.h"
 #include "engine/render_list.h"
+#include "raster/filler.h"
 #include "raster/texture.h"
 
 // RenderContext attribute bits. The depth mode is the first of the four depth bits set.
@@ -34,31 +35,29 @@ struct RenderContext {
 };
 
 // Draws the context's render list: each active, unclipped, front-facing triangle through
-// a working copy (the list is not modified) and the member RenderPassChooseFiller names.
-// Returns 1, or 0 (drawing nothing) for a null context, list or frame.
+// the member RenderPassChooseFiller names, from a prepared copy of its drawing words (the
+// list is not modified). Returns 1, or 0 (drawing nothing) for a null context, list or
+// frame.
 int RenderPass(const RenderContext* context);
-// The same inside `clip` (a band of rows, say) instead of gClipRectangle, the fillers
-// given `work` as their record: two threads draw two bands of one list at once, each
-// with a record of its own, and the pixels are those of one pass.
-int RenderPassClipped(const RenderContext* context, const ClipRectangle& clip, RasterTri* work);
 
 // One triangle as the render pass hands it to its filler: the member and blend level
 // chosen for it and the words the filler reads (u and v with the mip level's halvings).
 struct RenderDraw {
     int32_t member;  // 1..44
     int32_t level;   // blend level
-    uint32_t litColor[3];
-    Texture* texture;
-    float x[3], y[3], z[3], u[3], v[3];
+    RasterDraw tri;
 };
 
-// The render pass in two steps, so that the choices can be made while a record is in the
-// cache and the drawing done later in bands. Prepare returns 1 with `draw` filled for a
-// list record that is drawn under `context` (all but its frame pointer are read), else 0.
-int RenderDrawPrepare(const RenderContext* context, const RasterTri* tri, RenderDraw* draw);
-// Draws prepared triangles in order, as RenderPassClipped would draw their records.
+// The render pass's stages, so that the choices can be made while a record is in the
+// cache and the drawing done later, in rows shared between threads. Prepare fills
+// draws[0..] (room for to - from) with the records of [from, to) of the context's list
+// that are drawn, in order, and returns their number (all of the context but its frame
+// and depth targets is read). Run draws prepared triangles in order inside `clip`, as the
+// render pass draws their records.
+int32_t RenderDrawsPrepare(const RenderContext* context, int32_t from, int32_t to,
+                           RenderDraw* draws);
 void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32_t count,
-                    const ClipRectangle& clip, RasterTri* work);
+                    const ClipRectangle& clip);
 
 // The routing: the member number (1..44) that draws a triangle with attributes triAttr
 // under context bits contextAttr, or 0 when it is not drawn. `blended`: the triangle is

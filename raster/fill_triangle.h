@@ -282,26 +282,26 @@ inline void SpanDraw(const FillContext& c, const Edge<M>& l, const Edge<M>& r, u
 
 // Per-vertex lanes as the member walks them: x, then depth (or W), u, v, r, g, b.
 template <class M>
-inline void VertexLanes(const RasterTri* tri, const TriSetup& s, typename M::Lanes* lanes) {
+inline void VertexLanes(const RasterDraw& tri, const TriSetup& s, typename M::Lanes* lanes) {
     for (const TriSetupVertex& sv : s.v) {
-        const Vertex3D& tv = tri->tvlist[sv.index];
-        typename M::Lanes& a = lanes[sv.index];
+        const int i = sv.index;
+        typename M::Lanes& a = lanes[i];
         a = typename M::Lanes{};
         a[kX] = sv.x;
         int32_t zi = 0;
         if constexpr (M::kHasDepth) {
-            zi = static_cast<int32_t>(tv.z + 0.5f);
+            zi = static_cast<int32_t>(tri.z[i] + 0.5f);
             a[kZ] = M::kReciprocal ? 0x10000000 / zi : zi;
         }
         if constexpr (M::kPersp) {
-            a[kU] = (static_cast<int32_t>(tv.u + 0.5f) << 22) / zi;
-            a[kV] = (static_cast<int32_t>(tv.v + 0.5f) << 22) / zi;
+            a[kU] = (static_cast<int32_t>(tri.u[i] + 0.5f) << 22) / zi;
+            a[kV] = (static_cast<int32_t>(tri.v[i] + 0.5f) << 22) / zi;
         } else if constexpr (M::kTextured) {
-            a[kU] = static_cast<int32_t>(tv.u);
-            a[kV] = static_cast<int32_t>(tv.v);
+            a[kU] = static_cast<int32_t>(tri.u[i]);
+            a[kV] = static_cast<int32_t>(tri.v[i]);
         }
         if constexpr (M::kRgb) {
-            const uint32_t colour = tri->litColor[sv.index];
+            const uint32_t colour = tri.litColor[i];
             a[kR] = static_cast<int32_t>(((colour >> 11) & 31) * 8);
             a[kG] = static_cast<int32_t>(((colour >> 5) & 63) * 4);
             a[kB] = static_cast<int32_t>((colour & 31) * 8);
@@ -310,21 +310,21 @@ inline void VertexLanes(const RasterTri* tri, const TriSetup& s, typename M::Lan
 }
 
 template <class M>
-void FillTriangle(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
+void FillTriangle(const RasterDraw& tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
                   int32_t depthPitch, int32_t level, const ClipRectangle& clip) {
     TriSetup s;
     if (!TriSetupPrepare(tri, clip, &s)) return;
     FillContext c = {};
     if constexpr (M::kTextured) {
         // A missing texture or a width the log2 table does not hold draws nothing.
-        const Texture* texture = tri->texture;
+        const Texture* texture = tri.texture;
         if (!texture || texture->width < 1 || texture->width >= kLog2TableSize) return;
         c.texels = texture->texels;
         c.shift = Log2Table[texture->width];
         c.lastTexel = texture->width - 1;
     }
 
-    const uint32_t flat = tri->litColor[0] & 0xFFFF;
+    const uint32_t flat = tri.litColor[0] & 0xFFFF;
     c.flat = static_cast<uint16_t>(flat);
     c.tintR = (flat >> 11) & 31;
     c.tintG = (flat >> 5) & 63;
@@ -401,6 +401,19 @@ void FillTriangle(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t*
         lowerShortEdge(1);
     }
     rows(yEnd);
+}
+
+// A member called by name: draws the record's words and leaves it snapped.
+template <class M>
+void FillRecord(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
+                int32_t depthPitch, int32_t level) {
+    RasterDraw draw;
+    RasterDrawFromTri(tri, &draw);
+    for (Vertex3D& v : tri->tvlist) {
+        v.x = TriSetupSnap(v.x);
+        v.y = TriSetupSnap(v.y);
+    }
+    FillTriangle<M>(draw, frame, framePitch, depth, depthPitch, level, gClipRectangle);
 }
 
 }  // namespace raster_detail

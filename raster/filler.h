@@ -1,16 +1,30 @@
 // The triangle filler family: 44 scan-converting fillers, one per combination of
 // depth handling, shading and texturing, texture coordinates and blending.
 //
-// Called by the render pass, one call per triangle. Each filler reads from the RasterTri
-// the screen x, y, depth, u and v of tvlist[0..2], the 5.6.5 lit colours litColor[0..2]
-// (litColor[0] is the flat colour) and the texture; it writes the snapped screen x and y
-// back into the record and draws into the FrameBuffer (and the ZBuffer, one 32-bit word
-// per pixel) inside gClipRectangle, never touching row maxY or column maxX.
+// Each member draws one triangle from the screen x, y, depth, u and v of its three
+// vertices, their 5.6.5 lit colours (the first is the flat colour) and the texture, into
+// the FrameBuffer (and the ZBuffer, one 32-bit word per pixel) inside the clip rectangle,
+// never touching row maxY or column maxX. A member called by name reads those words from
+// a RasterTri's tvlist and litColor and writes the snapped screen x and y back into the
+// record; the render pass hands its prepared triangles (RasterDraw) to the members' `draw`
+// form, which reads them as they are and writes nothing back.
 #pragma once
 #include <cstdint>
 
 #include "display/display.h"
 #include "raster/raster_tri.h"
+
+// The words of one triangle that a filler draws from, side by side.
+struct RasterDraw {
+    float x[3], y[3];        // screen position in pixels, not yet snapped
+    float z[3];              // depth
+    float u[3], v[3];        // texture coordinates in texels
+    uint32_t litColor[3];    // 5.6.5; litColor[0] is the flat colour
+    const Texture* texture;  // the level to sample
+};
+
+// The drawing words of a record: its tvlist positions, u and v, lit colours and texture.
+void RasterDrawFromTri(const RasterTri* tri, RasterDraw* draw);
 
 // What the ZBuffer is used for.
 enum class FillerDepth : int32_t {
@@ -47,9 +61,10 @@ using FillerDepthFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePit
 using FillerDepthBlendFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
                                     uint32_t* depth, int32_t depthPitchBytes, int32_t level);
 
-// Any member with all the arguments, the clip rectangle given rather than gClipRectangle;
-// a member ignores the arguments its calling form does not take.
-using FillerAnyFn = void (*)(RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
+// Any member drawing a prepared triangle, with all the arguments and the clip rectangle
+// given rather than gClipRectangle; a member ignores the arguments its calling form does
+// not take.
+using FillerAnyFn = void (*)(const RasterDraw& tri, uint16_t* frame, int32_t framePitchBytes,
                              uint32_t* depth, int32_t depthPitchBytes, int32_t level,
                              const ClipRectangle& clip);
 
@@ -72,15 +87,6 @@ constexpr int32_t kFillerCount = 44;
 
 // Member n is FillerMembers[n - 1].
 extern const FillerMember FillerMembers[kFillerCount];
-
-// Calls member `number` (1..44) with the arguments its calling form takes; the others are
-// ignored. Does nothing for a number out of range.
-void FillerDraw(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
-                uint32_t* depth, int32_t depthPitchBytes, int32_t level);
-// The same inside `clip` (rows of a band, for instance) instead of gClipRectangle.
-void FillerDrawClipped(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
-                       uint32_t* depth, int32_t depthPitchBytes, int32_t level,
-                       const ClipRectangle& clip);
 
 // The members by number. Depth: (none), Less, Greater, Write. Blend: Blend suffix.
 void FillTexturedLess(RasterTri*, uint16_t*, int32_t, uint32_t*, int32_t);                   // 1

@@ -54,150 +54,150 @@ using M43 = Member<D::kWriteOnly, S::kGouraud, C::kNone, false>;
 using M44 = Member<D::kLess, S::kFlat, C::kNone, false, true>;
 
 void FillTexturedLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M1>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M1>(t, f, fp, z, zp, 0);
 }
 void FillBilinearLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M2>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M2>(t, f, fp, z, zp, 0);
 }
 void FillTintLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M3>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M3>(t, f, fp, z, zp, 0);
 }
 void FillLitLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M4>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M4>(t, f, fp, z, zp, 0);
 }
 void FillGouraudLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M5>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M5>(t, f, fp, z, zp, 0);
 }
 void FillFlat(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M6>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M6>(t, f, fp, nullptr, 0, 0);
 }
 void FillTextured(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M7>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M7>(t, f, fp, nullptr, 0, 0);
 }
 void FillBilinear(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M8>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M8>(t, f, fp, nullptr, 0, 0);
 }
 void FillTint(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M9>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M9>(t, f, fp, nullptr, 0, 0);
 }
 void FillLit(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M10>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M10>(t, f, fp, nullptr, 0, 0);
 }
 void FillGouraud(RasterTri* t, uint16_t* f, int32_t fp) {
-    FillTriangle<M11>(t, f, fp, nullptr, 0, 0, gClipRectangle);
+    FillRecord<M11>(t, f, fp, nullptr, 0, 0);
 }
 void FillFlatBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M12>(t, f, fp, nullptr, 0, level, gClipRectangle);
+    FillRecord<M12>(t, f, fp, nullptr, 0, level);
 }
 void FillTexturedBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M13>(t, f, fp, nullptr, 0, level, gClipRectangle);
+    FillRecord<M13>(t, f, fp, nullptr, 0, level);
 }
 void FillTintBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M14>(t, f, fp, nullptr, 0, level, gClipRectangle);
+    FillRecord<M14>(t, f, fp, nullptr, 0, level);
 }
 void FillLitBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M15>(t, f, fp, nullptr, 0, level, gClipRectangle);
+    FillRecord<M15>(t, f, fp, nullptr, 0, level);
 }
 void FillGouraudBlend(RasterTri* t, uint16_t* f, int32_t fp, int32_t level) {
-    FillTriangle<M16>(t, f, fp, nullptr, 0, level, gClipRectangle);
+    FillRecord<M16>(t, f, fp, nullptr, 0, level);
 }
 void FillFlatLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                        int32_t level) {
-    FillTriangle<M17>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M17>(t, f, fp, z, zp, level);
 }
 void FillTexturedLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                            int32_t level) {
-    FillTriangle<M18>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M18>(t, f, fp, z, zp, level);
 }
 void FillTintLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                        int32_t level) {
-    FillTriangle<M19>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M19>(t, f, fp, z, zp, level);
 }
 void FillLitLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                       int32_t level) {
-    FillTriangle<M20>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M20>(t, f, fp, z, zp, level);
 }
 void FillGouraudLessBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M21>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M21>(t, f, fp, z, zp, level);
 }
 void FillTexturedGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M22>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M22>(t, f, fp, z, zp, 0);
 }
 void FillBilinearGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M23>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M23>(t, f, fp, z, zp, 0);
 }
 void FillTexturedPixelGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M24>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M24>(t, f, fp, z, zp, 0);
 }
 void FillTexturedSpanGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M25>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M25>(t, f, fp, z, zp, 0);
 }
 void FillTintPixelGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M26>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M26>(t, f, fp, z, zp, 0);
 }
 void FillTintSpanGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M27>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M27>(t, f, fp, z, zp, 0);
 }
 void FillFlatGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M28>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M28>(t, f, fp, z, zp, 0);
 }
 void FillTintGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M29>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M29>(t, f, fp, z, zp, 0);
 }
 void FillLitGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M30>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M30>(t, f, fp, z, zp, 0);
 }
 void FillGouraudGreater(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M31>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M31>(t, f, fp, z, zp, 0);
 }
 void FillFlatGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M32>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M32>(t, f, fp, z, zp, level);
 }
 void FillTexturedGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                               int32_t level) {
-    FillTriangle<M33>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M33>(t, f, fp, z, zp, level);
 }
 void FillTexturedPixelGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                    int32_t level) {
-    FillTriangle<M34>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M34>(t, f, fp, z, zp, level);
 }
 void FillTexturedSpanGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                   int32_t level) {
-    FillTriangle<M35>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M35>(t, f, fp, z, zp, level);
 }
 void FillTintPixelGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                                int32_t level) {
-    FillTriangle<M36>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M36>(t, f, fp, z, zp, level);
 }
 void FillTintSpanGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                               int32_t level) {
-    FillTriangle<M37>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M37>(t, f, fp, z, zp, level);
 }
 void FillTintGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                           int32_t level) {
-    FillTriangle<M38>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M38>(t, f, fp, z, zp, level);
 }
 void FillLitGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                          int32_t level) {
-    FillTriangle<M39>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M39>(t, f, fp, z, zp, level);
 }
 void FillGouraudGreaterBlend(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp,
                              int32_t level) {
-    FillTriangle<M40>(t, f, fp, z, zp, level, gClipRectangle);
+    FillRecord<M40>(t, f, fp, z, zp, level);
 }
 void FillTexturedWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M41>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M41>(t, f, fp, z, zp, 0);
 }
 void FillTintWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M42>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M42>(t, f, fp, z, zp, 0);
 }
 void FillGouraudWrite(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M43>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M43>(t, f, fp, z, zp, 0);
 }
 void FillFlatLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
-    FillTriangle<M44>(t, f, fp, z, zp, 0, gClipRectangle);
+    FillRecord<M44>(t, f, fp, z, zp, 0);
 }
 
 // A table entry whose properties come from the same build-time choices as the function.
@@ -259,16 +259,11 @@ const FillerMember FillerMembers[kFillerCount] = {
     Entry<M44>(44, "FillFlatLess", nullptr, nullptr, FillFlatLess, nullptr),
 };
 
-void FillerDraw(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
-                uint32_t* depth, int32_t depthPitchBytes, int32_t level) {
-    FillerDrawClipped(number, tri, frame, framePitchBytes, depth, depthPitchBytes, level,
-                      gClipRectangle);
-}
-
-void FillerDrawClipped(int32_t number, RasterTri* tri, uint16_t* frame, int32_t framePitchBytes,
-                       uint32_t* depth, int32_t depthPitchBytes, int32_t level,
-                       const ClipRectangle& clip) {
-    if (number < 1 || number > kFillerCount) return;
-    FillerMembers[number - 1].draw(tri, frame, framePitchBytes, depth, depthPitchBytes, level,
-                                   clip);
+void RasterDrawFromTri(const RasterTri* tri, RasterDraw* draw) {
+    for (int i = 0; i < 3; ++i) {
+        const Vertex3D& v = tri->tvlist[i];
+        draw->x[i] = v.x, draw->y[i] = v.y, draw->z[i] = v.z, draw->u[i] = v.u, draw->v[i] = v.v;
+        draw->litColor[i] = tri->litColor[i];
+    }
+    draw->texture = tri->texture;
 }

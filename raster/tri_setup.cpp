@@ -4,18 +4,18 @@
 #include <cmath>
 #include <utility>
 
-// Rounding toward zero of c + 0.5: half up for non-negative coordinates, negative ones
-// toward zero (deliberate). The sum is formed in single precision, as the renderer's
-// floating-point setting has it.
-static float SnapCoordinate(float c) {
+// The sum is formed in single precision, as the renderer's floating-point setting has it.
+float TriSetupSnap(float c) {
     return std::trunc(c + 0.5f);
 }
 
-int TriSetupPrepare(RasterTri* tri, const ClipRectangle& clip, TriSetup* setup) {
-    Vertex3D* tv = tri->tvlist;
+int TriSetupPrepare(const RasterDraw& tri, const ClipRectangle& clip, TriSetup* setup) {
+    struct {
+        float x, y;
+    } tv[3];
     for (int k = 0; k < 3; ++k) {
-        tv[k].x = SnapCoordinate(tv[k].x);
-        tv[k].y = SnapCoordinate(tv[k].y);
+        tv[k].x = TriSetupSnap(tri.x[k]);
+        tv[k].y = TriSetupSnap(tri.y[k]);
     }
 
     const float minX = static_cast<float>(clip.minX), maxX = static_cast<float>(clip.maxX);
@@ -32,7 +32,7 @@ int TriSetupPrepare(RasterTri* tri, const ClipRectangle& clip, TriSetup* setup) 
     if (tv[order[1]].y < tv[order[0]].y) std::swap(order[0], order[1]);
 
     constexpr float kFlatTolerance = 0.001f;
-    const Vertex3D &top = tv[order[0]], &mid = tv[order[1]], &bottom = tv[order[2]];
+    const auto &top = tv[order[0]], &mid = tv[order[1]], &bottom = tv[order[2]];
     if (std::fabs(top.y - mid.y) < kFlatTolerance) {
         setup->shape = TriShape::kFlatTop;
         if (mid.x < top.x) std::swap(order[0], order[1]);

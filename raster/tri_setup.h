@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "display/display.h"
-#include "raster/raster_tri.h"
+#include "raster/filler.h"
 
 enum class TriShape : int32_t {
     kFlatTop,     // v[0] top left, v[1] top right, v[2] bottom
@@ -14,7 +14,7 @@ enum class TriShape : int32_t {
 
 struct TriSetupVertex {
     int32_t x, y;   // snapped whole pixels
-    int32_t index;  // which vertex of the record (tvlist / litColor slot)
+    int32_t index;  // which vertex of the triangle (0..2)
 };
 
 struct TriSetup {
@@ -23,7 +23,11 @@ struct TriSetup {
     int32_t allInsideX;  // all three x within [minX, maxX]: spans need no clipping
 };
 
-// Snaps x and y of the three screen vertices (trunc(c + 0.5), written back into the
-// record), rejects a triangle wholly outside `clip`, sorts and classifies it and drops it
-// when degenerate. Returns 1 with `setup` filled, or 0 when nothing is drawn.
-int TriSetupPrepare(RasterTri* tri, const ClipRectangle& clip, TriSetup* setup);
+// Rounding toward zero of c + 0.5, in single precision: half up for non-negative
+// coordinates, negative ones toward zero (deliberate).
+float TriSetupSnap(float c);
+
+// Snaps x and y of the three screen vertices (TriSetupSnap), rejects a triangle wholly
+// outside `clip`, sorts and classifies it and drops it when degenerate. Returns 1 with
+// `setup` filled, or 0 when nothing is drawn.
+int TriSetupPrepare(const RasterDraw& tri, const ClipRectangle& clip, TriSetup* setup);

@@ -14,6 +14,7 @@
 #include "demo/demo.h"
 #include "demo/timeline.h"
 #include "display/headless/display_headless.h"
+#include "engine/render_frame.h"
 #include "music/headless/wave_headless.h"
 
 int main(int argc, char** argv) {
@@ -45,12 +46,12 @@ int main(int argc, char** argv) {
     HeadlessClockSet(1000);
     HeadlessWaveSetOpenFails(1);  // the music runs on its own thread in the intro
     AppInit();
-    DemoFrameSetThreads(threads);
+    RenderFrameThreadsSet(threads);
 
     std::printf(
         "bench_frame: the whole DemoFrame work (geometry, lighting, raster, overlay, present "
         "to a null sink) per frame, %d frames of the 115-s cycle at 40 fps, %d thread%s\n",
-        frames, DemoFrameThreads(), DemoFrameThreads() == 1 ? "" : "s");
+        frames, RenderFrameThreads(), RenderFrameThreads() == 1 ? "" : "s");
     std::fflush(stdout);
     // The first frame (the font built, caches cold) is reported on its own.
     std::vector<double> times[kSceneCount];

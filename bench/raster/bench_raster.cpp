@@ -2,12 +2,10 @@
 // triangles per second for small (about 20-pixel) triangles.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <vector>
 
 #include "bench/bench_main.h"
 #include "display/display.h"
-#include "engine/render_list.h"
 #include "engine/tables.h"
 #include "raster/filler.h"
 
@@ -41,21 +39,21 @@ struct Corner {
     uint32_t colour;
 };
 
-RasterTri Tri(const Corner& a, const Corner& b, const Corner& c, Texture* texture) {
-    RasterTri tri;
-    std::memset(&tri, 0, sizeof tri);
-    tri.state = 1;
+// A triangle as the render pass prepares it for its member.
+RasterDraw Tri(const Corner& a, const Corner& b, const Corner& c, const Texture* texture) {
+    RasterDraw tri;
     tri.texture = texture;
     const Corner* cs[3] = {&a, &b, &c};
     for (int k = 0; k < 3; ++k) {
-        tri.tvlist[k].x = cs[k]->x;
-        tri.tvlist[k].y = cs[k]->y;
-        tri.tvlist[k].z = cs[k]->z;
-        tri.tvlist[k].u = cs[k]->u;
-        tri.tvlist[k].v = cs[k]->v;
+        tri.x[k] = cs[k]->x, tri.y[k] = cs[k]->y, tri.z[k] = cs[k]->z;
+        tri.u[k] = cs[k]->u, tri.v[k] = cs[k]->v;
         tri.litColor[k] = cs[k]->colour;
     }
     return tri;
+}
+
+void Fill(const FillerMember& m, const RasterDraw& tri, Target& t) {
+    m.draw(tri, t.frame.data(), kWidth * 2, t.depth.data(), kWidth * 4, 3, gClipRectangle);
 }
 
 void FullScreen(benchmark::State& state) {
@@ -64,15 +62,15 @@ void FullScreen(benchmark::State& state) {
     Target& t = TheTarget();
     const Corner c00 = {0, 0, 100, 0, 0, 0xF800}, c10 = {639, 0, 300, 255, 0, 0x07E0};
     const Corner c11 = {639, 479, 200, 255, 255, 0x001F}, c01 = {0, 479, 150, 0, 255, 0xFFFF};
-    RasterTri a = Tri(c00, c10, c11, &t.texture), b = Tri(c00, c11, c01, &t.texture);
+    const RasterDraw a = Tri(c00, c10, c11, &t.texture), b = Tri(c00, c11, c01, &t.texture);
     for (auto _ : state) {
         if (m.depth != FillerDepth::kNone) {
             state.PauseTiming();
             t.ClearDepth(m.depth);
             state.ResumeTiming();
         }
-        FillerDraw(number, &a, t.frame.data(), kWidth * 2, t.depth.data(), kWidth * 4, 3);
-        FillerDraw(number, &b, t.frame.data(), kWidth * 2, t.depth.data(), kWidth * 4, 3);
+        Fill(m, a, t);
+        Fill(m, b, t);
         benchmark::ClobberMemory();
     }
     state.SetLabel(m.name);
@@ -85,7 +83,7 @@ void SmallTriangles(benchmark::State& state) {
     const int32_t number = static_cast<int32_t>(state.range(0));
     const FillerMember& m = FillerMembers[number - 1];
     Target& t = TheTarget();
-    std::vector<RasterTri> tris;
+    std::vector<RasterDraw> tris;
     for (int y = 0; y + 6 < kHeight - 1; y += 7) {
         for (int x = 0; x + 7 < kWidth - 1; x += 8) {
             const float fx = static_cast<float>(x), fy = static_cast<float>(y);
@@ -101,9 +99,7 @@ void SmallTriangles(benchmark::State& state) {
             t.ClearDepth(m.depth);
             state.ResumeTiming();
         }
-        for (RasterTri& tri : tris) {
-            FillerDraw(number, &tri, t.frame.data(), kWidth * 2, t.depth.data(), kWidth * 4, 3);
-        }
+        for (const RasterDraw& tri : tris) Fill(m, tri, t);
         benchmark::ClobberMemory();
     }
     state.SetLabel(m.name);

@@ -15,6 +15,7 @@
 #include "demo/demo.h"
 #include "demo/timeline.h"
 #include "demo/world.h"
+#include "engine/clip.h"
 #include "music/headless/wave_headless.h"
 
 namespace {
@@ -86,7 +87,11 @@ TEST(Framing, EveryFrameOfTheCycle) {
         TimelineStart(now);
         int32_t red, green, blue;
         TimelineSkyAdvance(&red, &green, &blue);
-        DemoFrameGeometry();
+        DemoFrameScene();
+        RenderList* passed = RenderListMain();
+        RenderListRemoveBackfaces(passed, &world->camera);
+        RenderListWorldToCamera(passed, &world->camera);
+        RenderListClip(passed, &world->camera, kClipX | kClipY | kClipNearFar);
 
         const int scene = TimelineStateGet()->scene;
         SceneTally& s = tally[scene];

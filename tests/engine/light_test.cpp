@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
+#include <random>
 
 #include "display/colour.h"
 
@@ -57,63 +60,141 @@ TEST_F(Lighting, AmbientAndInfiniteLightsFlatAndGouraudLitOnce) {
     EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], 0u);
 }
 
-// A channel is light x base x intensity / 32768, rounded, with intensity 128 x dp / the
-// attenuation; flat triangles divide dp by the normal length (4).
-TEST_F(Lighting, PointLightsMeasureFromVertexZeroEvenForGouraud) {
-    const Vec3 above = {0, 10, 0, 1};
-    LightInit(lights, 2, 1, kLightPoint, 0, 0x00FF0000, 0, &above, nullptr, 1, 0.125f, 0, 0, 0, 1);
-    // l = (0, 10, 0), d = 10, attenuation (1 + 1.25) x 10; dp 40 / 4 flat, 10 Gouraud:
-    // 255 x 128 x 56.9 / 32768 = 56.7. Vertex 2 moved out to x = 20 still uses the
-    // distance of vertex 0.
-    EXPECT_EQ(Lit(kAttrShadeFlat, 0x8410).litColor[0], PackRGB565(0, 57, 0));
-    const RasterTri& tri = Lit(kAttrShadeGouraud, 0x8410, 20);
-    for (uint32_t lit : tri.litColor) EXPECT_EQ(lit, PackRGB565(0, 57, 0));
-}
-
-TEST_F(Lighting, SpotLightsPlainAndWithPerVertexCone) {
-    const Vec3 below = {0, -10, 0, 1}, up = {0, 1, 0, 1};
-    LightInit(lights, 3, 1, kLightSpot, 0, 0x0000FF00, 0, &below, &up, 2, 0.5f, 0, 0, 0, 1);
-    // dp = N . dir = 4 (flat, then divided by 4) or 1; d = 10, attenuation 2 + 5 = 7:
-    // 255 x 248 x 18.3 / 32768 = 35.3.
-    EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], PackRGB565(0, 0, 35));
-    EXPECT_EQ(Lit(kAttrShadeGouraud).litColor[2], PackRGB565(0, 0, 35));
-
-    lights[3].state = 0;
-    LightInit(lights, 4, 1, kLightSpotCone, 0, 0xFF000000, 0, &below, &up, 1, 0, 0.01f, 0, 0, 2.4f);
-    // s = vertex - light, c = (s . dir) / d = 10 / d, power 2.4 -> 2, attenuation 1 + d^2 / 100:
-    // at d = 10 intensity 64 (123.5 -> 124).
-    EXPECT_EQ(Lit(kAttrShadeFlat).litColor[0], PackRGB565(124, 0, 0));
-    // Vertex 2 at x = 20: FastDistance(20, 10, 0) = (20480 + 11 * 320) >> 10 = 23, and
-    // 128 x (10 / 23)^2 / 6.29 = 3.85 -> 7.4, below one 5-bit step of red.
-    const RasterTri& tri = Lit(kAttrShadeGouraud, 0xFFFF, 20);
-    EXPECT_EQ(tri.litColor[0], PackRGB565(124, 0, 0));
-    EXPECT_EQ(tri.litColor[2], PackRGB565(7, 0, 0));
-}
-
-TEST_F(Lighting, EachTriangleOfAListIsLitAsIfAlone) {
-    const Vec3 above = {3, 10, -2, 1}, below = {-1, -10, 2, 1}, up = {0, 1, 0, 1};
-    LightInit(lights, 0, 1, kLightPoint, 0, 0x80FF4000, 0, &above, nullptr, 1, 0.01f, 0, 0, 0, 1);
-    LightInit(lights, 1, 1, kLightSpotCone, 0, 0x4080FF00, 0, &below, &up, 1, 0.01f, 0, 0, 0, 3);
-    // Five triangles of both shadings, shifted apart, with colours of their own.
-    RasterTri tris[5];
-    uint32_t alone[5][3];
-    for (int t = 0; t < 5; ++t) {
-        tris[t] = Lit(t % 2 ? kAttrShadeFlat : kAttrShadeGouraud, 0x1234 * (t + 1), 2.0f + t);
-        for (Vertex3D& v : tris[t].tvlist)
-            v.x -= 2.0f * t, v.z += 3.0f * t, v.ny = 0.5f + 0.25f * t;
-        tris[t].state = kPolyActive;
-        tris[t].normalLength = 4.0f + t;
-        RenderListReset(list.get());
-        RenderListInsertTri(list.get(), &tris[t]);
-        LightRenderList(list.get(), nullptr, lights, kMaxLights);
-        for (int i = 0; i < 3; ++i) alone[t][i] = list->polyData[0].litColor[i];
+// The lighting rules for one colour of one triangle, scalar and as written, in the
+// camera-space fields: vertex `at`'s colour (0..2 for Gouraud, 0 for the flat face).
+uint32_t ReferenceLit(const RasterTri& tri, const Light* lights, int count, int at) {
+    const bool flat = tri.attr & kAttrShadeFlat;
+    const Vertex3D* v = tri.tvlist;
+    const uint32_t c = tri.color;
+    const uint32_t base[3] = {((c >> 11) & 31) * 8, ((c >> 5) & 63) * 4, (c & 31) * 8};
+    const Vec3 p0 = {v[0].x, v[0].y, v[0].z, 1};
+    const Vec3 face = Vec3Cross(Vec3Sub(p0, {v[1].x, v[1].y, v[1].z, 1}),
+                                Vec3Sub(p0, {v[2].x, v[2].y, v[2].z, 1}));
+    const double n[3] = {flat ? face.x : v[at].nx, flat ? face.y : v[at].ny,
+                         flat ? face.z : v[at].nz};
+    auto dot = [&n](double x, double y, double z) { return n[0] * x + n[1] * y + n[2] * z; };
+    uint64_t sums[3] = {0, 0, 0};
+    for (int k = 0; k < count; ++k) {
+        const Light& light = lights[k];
+        const uint32_t kinds[] = {kLightAmbient, kLightInfinite, kLightPoint, kLightSpot,
+                                  kLightSpotCone};
+        uint32_t kind = 0;
+        for (uint32_t bit : kinds) kind = kind ? kind : light.attr & bit;
+        if (!light.state || !kind) continue;
+        const uint32_t colour = kind == kLightAmbient ? light.ambient : light.diffuse;
+        const uint32_t channel[3] = {colour >> 24, (colour >> 16) & 255, (colour >> 8) & 255};
+        if (kind == kLightAmbient) {
+            for (int ch = 0; ch < 3; ++ch) sums[ch] += (channel[ch] * base[ch]) >> 8;
+            continue;
+        }
+        const Vec3 pos = light.tpos, dir = light.tdir;
+        const double kc = light.kc, kl = light.kl, kq = light.kq;
+        double intensity = 0;
+        if (kind == kLightInfinite) {
+            const double dp = dot(dir.x, dir.y, dir.z);
+            if (dp > 0) intensity = 128 * dp;
+        } else if (kind == kLightPoint || kind == kLightSpot) {
+            const float lx = pos.x - v[0].x, ly = pos.y - v[0].y, lz = pos.z - v[0].z;
+            const double d = FastDistance(lx, ly, lz);
+            const double dp = kind == kLightPoint ? dot(lx, ly, lz) : dot(dir.x, dir.y, dir.z);
+            const double attenuation = kc + kl * d + kq * d * d;
+            if (dp > 0)
+                intensity = 128 * dp / (kind == kLightPoint ? attenuation * d : attenuation);
+        } else {
+            const Vertex3D& from = v[flat ? 0 : at];
+            const float sx = from.x - pos.x, sy = from.y - pos.y, sz = from.z - pos.z;
+            const double dp = dot(dir.x, dir.y, dir.z), d = FastDistance(sx, sy, sz);
+            const double cosine = (sx * dir.x + sy * dir.y + sz * dir.z) / d;
+            const double power = static_cast<double>(std::llround(light.pf));
+            if (dp > 0 && cosine > 0) {
+                intensity = 128 * dp * (power <= 1 ? cosine : std::pow(cosine, power)) /
+                            (kc + kl * d + kq * d * d);
+            }
+        }
+        if (flat) intensity /= tri.normalLength;
+        if (!(intensity > 0)) continue;  // NaN from a zero distance and attenuation: nothing
+        for (int ch = 0; ch < 3; ++ch) {
+            const double term = double(channel[ch] * base[ch]) * intensity / 32768;
+            sums[ch] += static_cast<uint64_t>(std::nearbyint(std::min(term, 1e6)));
+        }
     }
-    RenderListReset(list.get());
-    for (const RasterTri& tri : tris) RenderListInsertTri(list.get(), &tri);
-    LightRenderList(list.get(), nullptr, lights, kMaxLights);
-    for (int t = 0; t < 5; ++t) {
-        const int shown = t % 2 ? 1 : 3;
-        for (int i = 0; i < shown; ++i) EXPECT_EQ(list->polyData[t].litColor[i], alone[t][i]) << t;
+    auto clamp = [](uint64_t sum) { return static_cast<int32_t>(sum > 255 ? 255 : sum); };
+    return PackRGB565(clamp(sums[0]), clamp(sums[1]), clamp(sums[2]));
+}
+
+// Random triangles of both shadings, many of them in pairs sharing vertex 0 as a terrain
+// cell's do, under lights of every kind with random settings (some far out, some at a
+// vertex), lit as one list and in ranges of odd lengths: every colour as the rules give.
+TEST_F(Lighting, EveryKindAndPairingAsTheRulesGive) {
+    std::mt19937 rng(7);
+    auto uniform = [&rng](double lo, double hi) {
+        return static_cast<float>(std::uniform_real_distribution<double>(lo, hi)(rng));
+    };
+    auto pick = [&rng](int n) { return static_cast<int>(rng() % n); };
+    for (int round = 0; round < 40; ++round) {
+        LightsInit(lights, kMaxLights);
+        const uint32_t kinds[] = {kLightAmbient, kLightInfinite, kLightPoint,
+                                  kLightSpot,    kLightSpotCone, 0x20};
+        for (int k = 0; k < kMaxLights; ++k) {
+            const float far = pick(8) ? 1 : 1e9f;  // beyond where lanes work out distances
+            const Vec3 pos = {uniform(-50, 50) * far, uniform(-50, 50), uniform(-50, 50), 1};
+            const Vec3 dir = {uniform(-1, 1), uniform(-1, 1), uniform(-1, 1), 1};
+            LightInit(lights, k, pick(6) != 0, kinds[pick(6)], rng(), rng(), 0, &pos, &dir,
+                      pick(3) ? uniform(0, 2) : 0, uniform(0, 0.05), pick(2) ? uniform(0, 1e-3) : 0,
+                      0, 0, uniform(0, 4));
+        }
+        RenderListReset(list.get());
+        Vertex3D previous[3] = {};
+        for (int t = 0; t < 60; ++t) {
+            RasterTri tri = {};
+            tri.state = kPolyActive;
+            tri.attr = pick(3) ? kAttrShadeGouraud : kAttrShadeFlat;
+            tri.color = pick(4) ? 0xFFFF : rng() & 0xFFFF;
+            tri.normalLength = uniform(0.5, 50);
+            for (Vertex3D& v : tri.tvlist) {
+                v = {uniform(-60, 60),
+                     uniform(-60, 60),
+                     uniform(1, 90),
+                     1,
+                     uniform(-1, 1),
+                     uniform(-1, 1),
+                     uniform(-1, 1),
+                     0,
+                     0,
+                     0,
+                     0,
+                     kVertexNormal};
+            }
+            if (pick(2)) {  // a cell's second triangle: (v0, v2, new) after (v0, v1, v2)
+                tri.tvlist[0] = previous[0], tri.tvlist[1] = previous[2];
+            }
+            if (pick(10) == 0) tri.tvlist[1] = tri.tvlist[0];  // a light may sit on it
+            if (pick(20) == 0)
+                lights[2].tpos = {tri.tvlist[0].x, tri.tvlist[0].y, tri.tvlist[0].z, 1};
+            std::copy(tri.tvlist, tri.tvlist + 3, previous);
+            RenderListInsertTri(list.get(), &tri);
+        }
+        static RasterTri unlit[60];
+        std::copy(list->polyData, list->polyData + 60, unlit);
+        for (int pass = 0; pass < 2; ++pass) {
+            std::copy(unlit, unlit + 60, list->polyData);
+            if (pass == 0) {
+                LightRenderList(list.get(), nullptr, lights, kMaxLights);
+            } else {
+                LightSet set;
+                LightSetMake(lights, kMaxLights, &set);
+                for (int from = 0; from < 60; from += 7)
+                    LightRenderListRange(list.get(), set, from, std::min(from + 7, 60));
+            }
+            for (int t = 0; t < 60; ++t) {
+                const RasterTri& tri = list->polyData[t];
+                for (int i = 0; i < (tri.attr & kAttrShadeFlat ? 1 : 3); ++i) {
+                    ASSERT_EQ(tri.litColor[i], ReferenceLit(unlit[t], lights, kMaxLights, i))
+                        << "round " << round << " pass " << pass << " triangle " << t << " vertex "
+                        << i;
+                }
+            }
+        }
     }
 }
 

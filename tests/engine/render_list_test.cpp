@@ -34,37 +34,32 @@ TEST(Object3D, InitSizesTheListsAndDestroyClearsTheRecord) {
     EXPECT_TRUE(obj.vlistLocal == nullptr && obj.numPolys == 0);
 }
 
-TEST(RenderList, InsertionCopiesPolygonAndVerticesLinksRecordsAndRefusesTheOverflow) {
+TEST(RenderList, InsertionNotesPolygonsTheFirstPassWritesThemLinksAndRefusesTheOverflow) {
     auto list = std::make_unique<RenderList>();
     Object3D obj;
     MakeTriangleObject(&obj);
+    // The record is written from the polygon, with the vertex list it was inserted with,
+    // only when the first pass comes to it.
+    obj.plist[0].vlist = obj.vlistLocal;
     ASSERT_EQ(RenderListInsertPoly(list.get(), &obj.plist[0]), 1);
+    ASSERT_EQ(RenderListInsertObject(list.get(), &obj, 0), 1);
+    obj.plist[0].vlist = obj.vlistTrans;
     const RasterTri& tri = list->polyData[0];
+    EXPECT_TRUE(list->numPolys == 2 && tri.color == 0);
+    RenderListRecordsWrite(list.get(), 1, 2);
+    EXPECT_TRUE(tri.color == 0 && list->polyData[1].tvlist[2].y == 100);
+    RenderListRecordsWrite(list.get(), 0, 1);
     EXPECT_EQ(list->polyPointers[0], &tri);
     EXPECT_TRUE(tri.color == 0xAB001234u && tri.litColor[2] == 77 && tri.normalLength == 2.5f);
-    EXPECT_TRUE(tri.vlist[0].x == 2 && tri.tvlist[1].x == 0 && tri.tvlist[2].y == 100);
+    EXPECT_TRUE(tri.vlist[0].x == 2 && tri.tvlist[1].x == 0 && tri.tvlist[2].y == 0);
 
     ASSERT_EQ(RenderListInsertTri(list.get(), &tri), 1);
-    EXPECT_EQ(list->polyData[1].previous, &list->polyData[0]);
-    EXPECT_EQ(list->polyData[0].next, &list->polyData[1]);
-    EXPECT_EQ(list->polyData[1].next, nullptr);
-
-    // Left for later, the record is written only when filled, from the same polygon and
-    // the vertex list it was inserted with (the object's own list is back by then).
-    auto late = std::make_unique<RenderList>();
-    late->attr = kRenderListLate;
-    ASSERT_EQ(RenderListInsertObject(late.get(), &obj, 0), 1);
-    EXPECT_TRUE(late->numPolys == 1 && late->polyData[0].color == 0);
-    RenderListRecordFill(late.get(), 0);
-    const RasterTri& filled = late->polyData[0];
-    EXPECT_TRUE(filled.state == tri.state && filled.attr == tri.attr && filled.color == tri.color &&
-                filled.litColor[2] == 77 && filled.normalLength == 2.5f);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(filled.vlist[i].x == tri.vlist[i].x && filled.tvlist[i].y == tri.tvlist[i].y);
-    }
-    late->polyData[0] = {};
-    RenderListRecordFill(late.get(), 0);  // written once only
-    EXPECT_EQ(late->polyData[0].color, 0u);
+    EXPECT_EQ(list->polyData[2].previous, &list->polyData[1]);
+    EXPECT_EQ(list->polyData[1].next, &list->polyData[2]);
+    EXPECT_EQ(list->polyData[2].next, nullptr);
+    list->polyData[2].color = 5;
+    RenderListRecordsWrite(list.get(), 0, 3);  // a whole record is not rewritten
+    EXPECT_EQ(list->polyData[2].color, 5u);
 
     while (list->numPolys < kRenderListCapacity) RenderListInsertPoly(list.get(), &obj.plist[0]);
     EXPECT_EQ(RenderListInsertPoly(list.get(), &obj.plist[0]), 0);
@@ -88,8 +83,9 @@ TEST(RenderList, ObjectInsertionSkipsHiddenObjectsAndUndrawablePolygons) {
 
     Object3DReset(&obj);                                        // clears the back-face mark
     EXPECT_EQ(RenderListInsertObject(list.get(), &obj, 1), 1);  // from the local list
+    RenderListRecordsWrite(list.get(), 0, 1);
     EXPECT_EQ(list->polyData[0].tvlist[0].y, 0.0f);
-    EXPECT_EQ(obj.plist[0].vlist, obj.vlistTrans);  // restored after the call
+    EXPECT_EQ(obj.plist[0].vlist, obj.vlistTrans);
 
     obj.plist[0].state = kPolyActive | kPolyClipped;
     Object3DSetColor(&obj, 0x1111);

@@ -49,9 +49,19 @@ inline RasterTri MakeTri(const TestVertex& a, const TestVertex& b, const TestVer
     return tri;
 }
 
-// Draws a copy of `tri` (the fillers snap the record) with member `number`.
+// Member `number` called by name, with the arguments its calling form takes.
+inline void FillerCall(int32_t number, RasterTri* tri, uint16_t* frame, int32_t pitch,
+                       uint32_t* depth, int32_t depthPitch, int32_t level) {
+    const FillerMember& m = FillerMembers[number - 1];
+    if (m.fill) m.fill(tri, frame, pitch);
+    if (m.fillBlend) m.fillBlend(tri, frame, pitch, level);
+    if (m.fillDepth) m.fillDepth(tri, frame, pitch, depth, depthPitch);
+    if (m.fillDepthBlend) m.fillDepthBlend(tri, frame, pitch, depth, depthPitch, level);
+}
+
+// Draws a copy of `tri` (the members snap the record) with member `number`.
 inline void Draw(int32_t number, RasterTri tri, Canvas* canvas, int32_t level = 7) {
-    FillerDraw(number, &tri, canvas->frame.data(), kWidth * 2, canvas->depth.data(), kWidth * 4,
+    FillerCall(number, &tri, canvas->frame.data(), kWidth * 2, canvas->depth.data(), kWidth * 4,
                level);
 }
 

@@ -72,7 +72,7 @@ TEST(Setup, TrianglesCutByTheTopOrLeftEdge) {
     }
     RasterTri again = MakeTri({320, -40, 5, 0, 0, 0xF800}, {200, 60, 5, 0, 0, 0xF800},
                               {400, 100, 5, 0, 0, 0xF800});
-    FillerDraw(6, &again, c.frame.data(), kWidth * 2, nullptr, 0, 0);
+    FillerCall(6, &again, c.frame.data(), kWidth * 2, nullptr, 0, 0);
     DrawInto(&c, 6, again);  // its top now at -39, snapped to -38: row 2 is [271, 343)
     EXPECT_EQ(c.At(270, 2) | c.At(343, 2), 0);
     EXPECT_EQ(c.Drawn(), 10933);

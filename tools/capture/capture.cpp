@@ -16,6 +16,7 @@
 #include "assets/tune.h"
 #include "demo/demo.h"
 #include "display/headless/display_headless.h"
+#include "engine/render_frame.h"
 #include "music/headless/wave_headless.h"
 #include "music/music.h"
 #include "tools/capture/capture_output.h"
@@ -423,7 +424,7 @@ int main(int argc, char** argv) {
     HeadlessWaveSetOpenFails(1);
     HeadlessDisplaySetSink(FrameSink, nullptr);
     AppInit();
-    DemoFrameSetThreads(o.threads);
+    RenderFrameThreadsSet(o.threads);
     const char* reason = "";
     if (!MusicRenderOpen(kTuneXm, static_cast<uint32_t>(kTuneXm_size), kMusicSourceMemory, &reason))
         Die(std::string("the intro's tune cannot be played: ") + reason);
