@@ -2,7 +2,7 @@
 #   make run    installs what is missing, builds and starts the intro
 #   make test   installs what is missing, builds and runs the test suite
 # and: make windows (cross-builds invitro.exe), make web (the browser build in
-# build/web/), make serve (shows it on http://127.0.0.1:8000/), make web-test, make bench,
+# build/web/site/), make serve (shows it on http://127.0.0.1:8000/), make web-test, make bench,
 # make bench-web, make asan, make tsan, make assets (regenerates assets/ from tools/assets/).
 
 PRESET ?= release
@@ -11,7 +11,7 @@ PORT ?= 8000
 # cmake builds with make underneath; its directory changes are noise here.
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test build checksums windows web serve web-test bench bench-web asan tsan assets dist clean
+.PHONY: run test build checksums arm64 windows web serve web-test bench bench-web asan tsan assets dist clean
 
 build:
 	@scripts/deps.sh build
@@ -23,11 +23,19 @@ run: build
 	@$(BUILD)/app/invitro
 
 test: build
+	@scripts/deps.sh test
 	@ctest --preset $(PRESET)
 
 # Every frame of a capture cycle and the music renders against tests/checksums/.
 checksums: build
 	@scripts/checksums.sh
+
+# The Linux arm64 cross build (build/arm64); ctest --preset arm64 and
+# scripts/checksums.sh build/arm64 run its tests and outputs under qemu-aarch64.
+arm64:
+	@scripts/deps.sh arm64
+	@cmake --preset arm64 >/dev/null
+	@cmake --build --preset arm64
 
 windows:
 	@scripts/deps.sh windows
@@ -35,18 +43,21 @@ windows:
 	@cmake --build --preset windows
 	@echo "built build/windows/app/invitro.exe"
 
-# The browser build: a static site of index.html, invitro.js and invitro.wasm.
+# The browser build: the static site build/web/site/ (index.html, invitro.<hash>.js with
+# the wasm inside, preview.png), which also runs opened as a file.
 web:
 	@scripts/deps.sh web
 	@cmake --preset web >/dev/null
 	@cmake --build --preset web
-	@echo "built build/web/ (index.html, invitro.js, invitro.wasm); make serve shows it"
+	@echo "built the site build/web/site/ ($$(ls build/web/site | tr '\n' ' ')); make serve shows it"
 
+# Serves the site's files only, never the rest of the build folder.
 serve: web
 	@echo "invitro: open http://127.0.0.1:$(PORT)/ in a browser (Ctrl-C stops the server)"
-	@python3 -m http.server $(PORT) --bind 127.0.0.1 --directory build/web
+	@python3 -m http.server $(PORT) --bind 127.0.0.1 --directory build/web/site
 
-web-test: web build
+# In headless Chromium and Firefox; INVITRO_BROWSERS=chromium limits it to one.
+web-test: web
 	@scripts/deps.sh webtest
 	@tests/web/run
 

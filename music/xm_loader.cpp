@@ -166,8 +166,22 @@ int SampleDataRead(MusicSource* source, XmSample* s, uint32_t bytes) {
     return 1;
 }
 
+// Counts what the module takes against kXmMaxLoadBytes before it is allocated.
+// Returns 0 with the reason when `bytes` more would pass it.
+int MemoryTake(uint64_t* taken, uint64_t bytes, const char** reason) {
+    if (*taken + bytes <= kXmMaxLoadBytes) {
+        *taken += bytes;
+        return 1;
+    }
+    *reason = Reason("the module needs %llu MB of memory or more; the player loads at most %llu MB",
+                     static_cast<unsigned long long>((*taken + bytes) >> 20),
+                     static_cast<unsigned long long>(kXmMaxLoadBytes >> 20));
+    return 0;
+}
+
 // Loads instrument number `number` (1-based, as trackers count them).
-int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const char** reason) {
+int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, uint64_t* taken,
+                   const char** reason) {
     const int64_t start = source->position;
     uint8_t head[29];
     if (!ReadExact(source, head, sizeof head)) {
@@ -219,13 +233,21 @@ int InstrumentLoad(MusicSource* source, XmInstrument* in, uint32_t number, const
                          static_cast<unsigned long long>(total), static_cast<long long>(remaining));
         return 0;
     }
-    in->sampleCount = count;
+    // The file's bytes (at most two a sample) are read into the data area itself; the
+    // float pairs come first, where their alignment is the header's.
+    size_t sizes[kXmSamplesPerInstrument];
+    uint64_t instrumentBytes = 0;
     for (int i = 0; i < count; ++i) {
-        // The file's bytes (at most two a sample) are read into the data area itself;
-        // the float pairs come first, where their alignment is the header's.
         const size_t floats = 2 * static_cast<size_t>(headers[i].length);
         const size_t values = static_cast<size_t>(headers[i].length) + 2 * kSamplePad;
-        const size_t size = sizeof(XmSample) + floats * sizeof(float) + values * 2;
+        sizes[i] = sizeof(XmSample) + floats * sizeof(float) + values * 2;
+        instrumentBytes += sizes[i];
+    }
+    if (!MemoryTake(taken, instrumentBytes, reason)) return 0;
+    in->sampleCount = count;
+    for (int i = 0; i < count; ++i) {
+        const size_t size = sizes[i];
+        const size_t floats = 2 * static_cast<size_t>(headers[i].length);
         uint8_t* block = static_cast<uint8_t*>(std::calloc(1, size));
         if (!block) {
             *reason = Reason("instrument %u, sample %d: out of memory for %llu bytes", number,
@@ -305,6 +327,8 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
 
     const size_t tableBytes =
         patternCount * sizeof(XmPattern) + module->instrumentCount * sizeof(XmInstrument);
+    // Patterns and tables come to about 10 MB at most; the samples are what is counted.
+    uint64_t taken = tableBytes;
     // At least one byte: a module of no patterns and no instruments has tables too.
     void* tables = std::calloc(1, tableBytes ? tableBytes : 1);
     if (!tables)
@@ -360,7 +384,7 @@ int LoadXmModule(XmModule* module, MusicSource* source, const char** reason) {
 
     for (uint32_t i = 0; i < module->instrumentCount; ++i) {
         const char* why = nullptr;
-        if (!InstrumentLoad(source, module->instruments + i, i + 1, &why))
+        if (!InstrumentLoad(source, module->instruments + i, i + 1, &taken, &why))
             return Refuse(module, reason, why);
     }
     return 1;

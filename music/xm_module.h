@@ -13,6 +13,10 @@ constexpr int kXmOrders = 256;  // entries of the order table
 constexpr int kXmSamplesPerInstrument = 16;
 constexpr int kXmEnvelopePoints = 12;
 constexpr int32_t kXmMaxSampleLength = 1 << 28;  // samples; longer ones are refused
+// The most memory a loaded module's samples and tables may take: 1 GiB, about 10 bytes
+// a sample point (the 16-bit data and the mixer's float pairs); the patterns add 10 MB
+// at most. A module that needs more is refused before the allocation that would pass it.
+constexpr uint64_t kXmMaxLoadBytes = uint64_t{1} << 30;
 
 // Note byte values.
 constexpr uint8_t kXmKeyOff = 0xFF;

@@ -18,6 +18,16 @@
 
 constexpr std::chrono::microseconds kWorkerSpin{1000};
 
+// Tells the processor that this thread only watches a counter, so that a sibling
+// hardware thread runs meanwhile (x86 pause, Arm yield; nothing elsewhere).
+inline void SpinHint() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+
 template <class Bell>
 struct WorkerCounter {
     std::atomic<uint32_t> count{0};
@@ -31,9 +41,7 @@ struct WorkerCounter {
             for (int turn = 0; turn < 256; ++turn) {
                 const uint32_t now = count.load(std::memory_order_acquire);
                 if (now != old) return now;
-#if defined(__x86_64__) || defined(__i386__)
-                __builtin_ia32_pause();  // lets a sibling hardware thread run meanwhile
-#endif
+                SpinHint();
             }
             if (std::chrono::steady_clock::now() >= deadline) break;
             // Another thread that wants this processor (the machine may have no spare

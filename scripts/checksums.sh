@@ -13,12 +13,15 @@ build=${1:-build/release}
 capture=$build/tools/capture/capture
 xm2wav=$build/tools/xm2wav/xm2wav
 [ -x "$capture" ] && [ -x "$xm2wav" ] || { echo "checksums: build capture and xm2wav first (make build)" >&2; exit 2; }
+# A cross build's programs run under its emulator (build/arm64: qemu-aarch64).
+emulator=$(sed -n 's/^CMAKE_CROSSCOMPILING_EMULATOR:[A-Z]*=//p' "$build/CMakeCache.txt" 2>/dev/null || true)
+run=(${emulator:+"$emulator"})
 expected=tests/checksums
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 started=$SECONDS
-"$capture" --out "$work/cycle" --seconds 115 --sums "$work/frames.sums" 2>/dev/null
+"${run[@]}" "$capture" --out "$work/cycle" --seconds 115 --sums "$work/frames.sums" 2>/dev/null
 renders=("tune.xm:assets/tune.xm" "tune-3-loops.xm:assets/tune.xm --loops 3")
 for seed in tests/fuzz/seeds/*.xm; do renders+=("$(basename "$seed"):$seed"); done
 {
@@ -26,7 +29,7 @@ for seed in tests/fuzz/seeds/*.xm; do renders+=("$(basename "$seed"):$seed"); do
   for r in "${renders[@]}"; do
     name=${r%%:*}
     # shellcheck disable=SC2086
-    "$xm2wav" ${r#*:} "$work/out.wav" >/dev/null 2>&1
+    "${run[@]}" "$xm2wav" ${r#*:} "$work/out.wav" >/dev/null 2>&1
     echo "$(sha256sum <"$work/out.wav" | cut -d' ' -f1)  xm2wav/${name%.xm}.wav"
   done
 } >"$work/outputs.sha256"

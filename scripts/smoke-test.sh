@@ -9,7 +9,8 @@
 # present) with no wrongly packed colours, then holds Escape for a second and requires
 # exit status 0 within 2 s of its release.
 # Linux also checks its failure paths: no display, the offscreen driver asked for by name,
-# a 15-bit, an 8-bit and a 1920 x 1080 screen with no window manager, and no sound device.
+# a 15-bit, an 8-bit and a 1920 x 1080 screen with no window manager, and no sound device;
+# and that SIGTERM and SIGINT end it at once however much the pointer moved before.
 # SMOKE_SHOW_ONLY=1 runs only the show check on a 16-bit screen (the release bundle's test).
 # Screenshots and logs stay in SMOKE_DIR (default: a new temporary directory). WINEPREFIX,
 # when set, is used instead of a fresh prefix.
@@ -138,6 +139,31 @@ escape_check() {
   say "$screen: Escape ended the run with status 0"
 }
 
+# Moves the pointer over the window thousands of times, which queues as many events,
+# then sends SIGNAL: the intro must end within 2 s with status 0 all the same (the
+# queued motion must not hold the close request up).
+close_check() {
+  local signal=$1 moves=() started waited status
+  # A script starts programs in the background with SIGINT ignored; a terminal's Ctrl-C
+  # finds it at its default.
+  python3 -c 'import os, signal, sys; signal.signal(signal.SIGINT, signal.SIG_DFL)
+os.execv(sys.argv[1], sys.argv[1:])' "$exe" 2>"$work/close-$signal.err" &
+  app=$!
+  sleep 2
+  for i in $(seq 3000); do moves+=(mousemove $((20 + i % 600)) $((20 + i * 7 % 440))); done
+  xdotool "${moves[@]}"
+  started=$(now_ms)
+  kill -"$signal" "$app"
+  for _ in $(seq 40); do kill -0 "$app" 2>/dev/null || break; sleep 0.05; done
+  kill -0 "$app" 2>/dev/null && fail "$screen: still running 2 s after SIG$signal behind 3000 pointer moves"
+  waited=$(($(now_ms) - started))
+  wait "$app"
+  status=$?
+  app=
+  [ $status -eq 0 ] || fail "$screen: exit status $status after SIG$signal"
+  say "$screen: SIG$signal behind 3000 pointer moves ended the run in $waited ms"
+}
+
 # Runs the intro to its own end (at most `seconds`); sets status, elapsed ms and stderr.
 run_to_end() {
   local name=$1 seconds=$2
@@ -197,6 +223,8 @@ screen_start 640x480x16
 app_start screen16
 show_check screen16
 escape_check
+close_check TERM
+close_check INT
 
 # On 15 bits the drawing stays 5.6.5 and SDL converts it: the magenta figure shows it.
 screen_start 640x480x15

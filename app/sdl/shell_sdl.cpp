@@ -12,20 +12,20 @@ uint32_t TickNow() {
 }
 void FrameClockSpin() {}
 
-// SDL events reach the loop as messages of their own numbers above the Windows range.
-constexpr uint32_t kMessageSdlEvent = 0x8000;
-
 int MessagePeek(AppMessage* msg) {
     if (SoftMessageTake(msg)) return 1;
+    // The one SDL event the intro uses is the close request: the window manager's, or
+    // SIGINT or SIGTERM, which SDL turns into one. Taking one event a frame, ten seconds
+    // of pointer motion queued ahead of it held it up for twenty; every other event is
+    // dropped as it comes instead. (Keys are read as a state each frame.)
     SDL_Event event;
-    if (!SDL_PollEvent(&event)) return 0;
-    // The window manager's close request ends the run as Escape does.
-    if (event.type == SDL_QUIT) {
-        *msg = {kMessageDestroy, 0};
-    } else {
-        *msg = {kMessageSdlEvent + event.type, 0};
+    while (SDL_PollEvent(&event)) {
+        if (event.type == SDL_QUIT) {
+            *msg = {kMessageDestroy, 0};
+            return 1;
+        }
     }
-    return 1;
+    return 0;
 }
 
 void ScreenSaverActivate(int active) {

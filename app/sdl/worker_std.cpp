@@ -1,17 +1,12 @@
 // The worker of the Linux builds (SDL and headless): a std::thread, sleeping on the
 // counters themselves (platform/worker_handover.h).
 #include <atomic>
+#include <cfenv>
 #include <system_error>
 #include <thread>
 
 #include "platform/worker.h"
 #include "platform/worker_handover.h"
-
-#if defined(__SSE__) || defined(_M_X64)
-#include <xmmintrin.h>
-#else
-#include <cfenv>
-#endif
 
 namespace {
 
@@ -25,28 +20,10 @@ struct StdBell {
 
 WorkerHandOver<StdBell> gHandOver;
 
-#if defined(__SSE__) || defined(_M_X64)
-using FloatSettings = unsigned int;
-FloatSettings FloatSettingsGet() {
-    return _mm_getcsr();
-}
-void FloatSettingsSet(FloatSettings s) {
-    _mm_setcsr(s);
-}
-#else
-using FloatSettings = std::fenv_t;
-FloatSettings FloatSettingsGet() {
-    std::fenv_t env;
-    std::fegetenv(&env);
-    return env;
-}
-void FloatSettingsSet(FloatSettings s) {
-    std::fesetenv(&s);
-}
-#endif
-
-void WorkerLoop(FloatSettings settings) {
-    FloatSettingsSet(settings);
+// The whole floating-point environment (MXCSR on x86-64, FPCR on arm64: rounding and
+// flush to zero) of the starting thread.
+void WorkerLoop(std::fenv_t settings) {
+    std::fesetenv(&settings);
     gHandOver.Loop();
 }
 
@@ -55,7 +32,9 @@ void WorkerLoop(FloatSettings settings) {
 int WorkerStart() {
     if (gHandOver.started >= 0) return gHandOver.started;
     try {
-        std::thread(WorkerLoop, FloatSettingsGet()).detach();
+        std::fenv_t settings;
+        std::fegetenv(&settings);
+        std::thread(WorkerLoop, settings).detach();
         gHandOver.started = 1;
     } catch (const std::system_error&) {
         gHandOver.started = 0;

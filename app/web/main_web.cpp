@@ -3,12 +3,14 @@
 // loop whenever a 25-ms slot is due.
 //
 // The frame clock is latched: a turn sees one time throughout, and the frame wait
-// moves the clock on to the end of the frame's 25 ms instead of spinning. The next turn
-// runs at the first animation frame at or after that time, stamped with it, so the
-// show keeps the desktop's 40 frames a second and its timeline whatever the display's
-// refresh rate, and the page sleeps between frames. When the page falls a whole slot
-// behind (a slow machine, a hidden tab), the clock jumps to the real time and the
-// missed slots count as dropped frames.
+// moves the clock on to the end of the frame's 25 ms instead of spinning. So the slots
+// lie on a whole-millisecond grid 25 ms apart, as the desktop's frames do, and never
+// drift. A slot runs at the display refresh nearest to it: the first refresh less than
+// half a refresh before it, by the refresh's own time and the refresh period seen so
+// far. At any refresh rate the show draws 40 frames a second, each at most half a
+// refresh from its slot, and the page sleeps between frames. When the page falls a
+// whole slot behind (a slow machine, a hidden tab), the clock jumps to the real time
+// and the missed slots count as dropped frames.
 #include <emscripten.h>
 #include <emscripten/html5.h>
 
@@ -37,21 +39,25 @@ int gFirstTurn = 1;
 uint32_t gVirtualFrames;
 
 uint32_t gReportStart, gFramesDrawn, gFramesDropped;
+// The refresh period, from the animation frames' own times, and the last of those.
+double gRefreshMs = 1000.0 / 60, gLastRefresh = -1;
+int gTrapAsked;
 
-uint32_t RealMs() {
-    return static_cast<uint32_t>(static_cast<uint64_t>(emscripten_get_now()));
+uint32_t MsOf(double time) {
+    return static_cast<uint32_t>(static_cast<uint64_t>(time));
 }
 
 // One console line a second: what the show did in that time (the tests read it).
 void Report(uint32_t now) {
     if (now - gReportStart < 1000) return;
-    uint32_t slices = 0;
+    uint32_t slices = 0, underruns = 0;
     double squares = 0;
-    WebWaveStatsTake(&slices, &squares);
+    WebWaveStatsTake(&slices, &squares, &underruns);
     const double rms = slices ? std::sqrt(squares / (2.0 * kMusicSliceFrames * slices)) : 0.0;
     std::printf(
-        "invitro: %.3f s: %u frames drawn, %u dropped, %u audio slices rendered, rms %.1f\n",
-        (now - gReportStart) / 1000.0, gFramesDrawn, gFramesDropped, slices, rms);
+        "invitro: %.3f s: %u frames drawn, %u dropped, %u audio slices rendered, rms %.1f, "
+        "underruns %u\n",
+        (now - gReportStart) / 1000.0, gFramesDrawn, gFramesDropped, slices, rms, underruns);
     gReportStart = now;
     gFramesDrawn = gFramesDropped = 0;
 }
@@ -60,22 +66,33 @@ EM_JS(void, WebShowEnded, (int code), {
     if (Module.invitroEnded) Module.invitroEnded(code);
 });
 
-EM_BOOL OnAnimationFrame(double, void*) {
-    const uint32_t now = RealMs();
-    if (gFirstTurn) {
+EM_BOOL OnAnimationFrame(double time, void*) {
+    if (gLastRefresh >= 0) {
+        // Gaps (a stall, a hidden page) say nothing of the display.
+        const double period = time - gLastRefresh;
+        if (period > 1 && period < 50) gRefreshMs += (period - gRefreshMs) / 8;
+    }
+    gLastRefresh = time;
+    const uint32_t now = MsOf(time);
+    const int first = gFirstTurn;
+    if (first) {
         WebClockSet(now);
         gReportStart = now;
         gFirstTurn = 0;
     } else {
-        const int32_t late = static_cast<int32_t>(now - WebClockNow());
-        if (late < 0) return EM_TRUE;  // the slot is not due yet
-        if (late >= static_cast<int32_t>(kFrameMs)) {
+        const double late = time - WebClockNow();
+        if (late < -gRefreshMs / 2) return EM_TRUE;  // a later refresh is nearer the slot
+        if (late >= kFrameMs) {
             gFramesDropped += static_cast<uint32_t>(late) / kFrameMs;
             WebClockSet(now);
         }
     }
+    if (gTrapAsked) __builtin_trap();
     int exitCode = 0;
+    const double started = emscripten_get_now();
     if (AppMainTurn(&exitCode)) {
+        if (first)
+            std::printf("invitro: the first frame took %.1f ms\n", emscripten_get_now() - started);
         ++gFramesDrawn;
         Report(now);
         return EM_TRUE;
@@ -97,7 +114,7 @@ extern "C" EMSCRIPTEN_KEEPALIVE int WebStart(int live) {
     gStarted = 1;
     gLive = live;
     WindowHandleSet(gCanvasSelector);
-    WebClockSet(live ? RealMs() : kVirtualStart);
+    WebClockSet(live ? MsOf(emscripten_get_now()) : kVirtualStart);
     WebWaveSetEnabled(live);
     AppInit();
     if (!DisplayBackSurface()) {
@@ -117,4 +134,10 @@ extern "C" EMSCRIPTEN_KEEPALIVE int WebVirtualFrame() {
     ++gVirtualFrames;
     DemoFrame();
     return TimelineStateGet()->scene;
+}
+
+// The tests' way to see what a fault inside a frame does to the page: the next turn
+// traps as a fault in the program's code would.
+extern "C" EMSCRIPTEN_KEEPALIVE void WebTrapNextTurn() {
+    gTrapAsked = 1;
 }

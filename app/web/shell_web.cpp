@@ -33,31 +33,39 @@ EM_JS(void, WebCursorShow, (int show),
       { document.documentElement.style.cursor = show ? "" : "none"; });
 
 // The page's stand-in for switching the screen saver off: a screen wake lock, where the
-// browser offers one.
+// browser offers one. The browser drops it whenever the page is hidden; it is asked for
+// again each time the page comes back while the show runs.
 EM_JS(void, WebWakeLock, (int hold), {
     if (!navigator.wakeLock) return;
+    var wake = Module.invitroWake;
+    if (!wake) {
+        wake = Module.invitroWake = {wanted : false, lock : null};
+        wake.request = function() {
+            if (!wake.wanted || wake.lock || document.hidden) return;
+            navigator.wakeLock.request("screen")
+                .then(function(lock) {
+                    wake.lock = lock;
+                    lock.addEventListener(
+                        "release", function() { wake.lock = null; });
+                    if (!wake.wanted) lock.release();
+                })
+                .catch(function(){});
+        };
+        document.addEventListener("visibilitychange", wake.request);
+    }
+    wake.wanted = !!hold;
     if (hold) {
-        navigator.wakeLock.request("screen")
-            .then(function(lock) { Module.invitroWakeLock = lock; })
-            .catch(function(){});
-    } else if (Module.invitroWakeLock) {
-        Module.invitroWakeLock.release();
-        Module.invitroWakeLock = null;
+        wake.request();
+    } else if (wake.lock) {
+        wake.lock.release();
+        wake.lock = null;
     }
 });
 
-// Full screen for the page's stage (the canvas with its black border), or back.
+// Full screen for the page's stage (the canvas with its black border), or back: the
+// page's own toggle, which its touch control uses too.
 EM_JS(void, WebFullscreenToggle, (), {
-    var stage = document.getElementById("stage") || document.documentElement;
-    if (document.fullscreenElement || document.webkitFullscreenElement) {
-        (document.exitFullscreen || document.webkitExitFullscreen).call(document);
-    } else {
-        var enter = stage.requestFullscreen || stage.webkitRequestFullscreen;
-        if (enter) {
-            var done = enter.call(stage);
-            if (done && done.catch) done.catch(function(){});
-        }
-    }
+    if (Module.invitroFullscreen) Module.invitroFullscreen();
 });
 
 void ScreenSaverActivate(int active) {
@@ -164,11 +172,20 @@ static EM_BOOL OnKey(int type, const EmscriptenKeyboardEvent* event, void*) {
         gPhysicalKeys[dik] = down ? 0x80 : 0;
         if (down) gPressed[dik] = 0x80;
     }
-    // The key that reads F, wherever the layout puts it.
-    const int fullscreen = std::strcmp(event->key, "f") == 0 || std::strcmp(event->key, "F") == 0;
+    // The F key by its place (any layout) or by what it reads; with Ctrl, Alt or Cmd the
+    // key stays the browser's (find, and the rest).
+    const int plain = !event->ctrlKey && !event->altKey && !event->metaKey;
+    const int fullscreen =
+        plain && (std::strcmp(event->code, "KeyF") == 0 || std::strcmp(event->key, "f") == 0 ||
+                  std::strcmp(event->key, "F") == 0);
     if (fullscreen && down && !event->repeat) WebFullscreenToggle();
     // Escape and F are the show's; every other key keeps its meaning in the browser.
     return dik == kDikEscape || fullscreen;
+}
+
+// The page's stop control: the show ends as if Escape had been pressed.
+extern "C" EMSCRIPTEN_KEEPALIVE void WebStop() {
+    gPressed[kDikEscape] = 0x80;
 }
 
 // Keys held while the page loses the focus never send their release.

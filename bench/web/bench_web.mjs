@@ -5,6 +5,9 @@
 // rounds, since other work on the machine only ever adds time. The page's frame
 // includes its present (scaling, 5.6.5 to RGBA, the canvas); bench_frame presents to a
 // null sink.
+// Then the live page with its sound, started from the card: the first frame's time in
+// the page, and the output's underruns, frames drawn and dropped, over 10 s as it is and
+// over a whole 115-s cycle under 4x CPU throttling (a slow phone or laptop).
 //   bench/web/run [rounds]      (default 3)
 import { execFile } from "node:child_process";
 import path from "node:path";
@@ -14,6 +17,7 @@ import {
   openPage,
   pageState,
   repoRoot,
+  reports,
   serveSite,
   waitFor,
 } from "../../tests/web/browser.mjs";
@@ -71,10 +75,35 @@ async function browserRound(site) {
   }
 }
 
+// The live page from a click on its card, for `seconds` of reports, the CPU slowed
+// `throttle` times.
+async function liveRound(site, throttle, seconds) {
+  const browser = await launchChromium();
+  try {
+    const { page, log } = await openPage(browser);
+    await page.goto(`${site.url}/index.html`);
+    await waitFor(async () => (await pageState(page)) == "ready", "the start card", 60000);
+    const cdp = await page.createCDPSession();
+    await cdp.send("Emulation.setCPUThrottlingRate", { rate: throttle });
+    await page.click("#card");
+    await waitFor(() => reports(log).length >= seconds, `${seconds} s of reports`, (seconds + 60) * 1000, 500);
+    if (log.errors.length) throw new Error(`the page reported errors: ${log.errors.join("; ")}`);
+    const lines = reports(log);
+    const first = log.lines.map((l) => /first frame took ([\d.]+) ms/.exec(l.text)).find(Boolean);
+    const sum = (key) => lines.reduce((s, r) => s + r[key], 0);
+    return { first: first ? +first[1] : NaN, seconds: sum("seconds"), frames: sum("frames"),
+             dropped: sum("dropped"), underruns: sum("underruns"),
+             output: await page.evaluate(() => Module.invitroAudio?.node?.constructor.name) };
+  } finally {
+    await browser.close();
+  }
+}
+
 const best = (a, b) => (a ? Object.fromEntries(kNames.map((n) => [n, a[n].map((x, i) => Math.min(x, b[n][i]))])) : b);
 
 const site = await serveSite();
 let native, web, version;
+const live = [];
 try {
   for (let r = 1; r <= rounds; ++r) {
     process.stderr.write(`round ${r} of ${rounds}: native, then the browser\n`);
@@ -83,6 +112,9 @@ try {
     web = best(web, round.figures);
     version = round.version;
   }
+  process.stderr.write("the live page with sound: 10 s, then a whole cycle under 4x CPU throttling\n");
+  live.push(["as it is, 10 s", await liveRound(site, 1, 10)]);
+  live.push(["4x CPU throttling, 115 s", await liveRound(site, 4, 115)]);
 } finally {
   await site.close();
 }
@@ -96,3 +128,9 @@ for (const n of kNames) {
   console.log(`${n.padEnd(5)} ${f(a[0])} ${f(a[1])} ${f(a[2])}  |  ${f(b[0])} ${f(b[1])} ${f(b[2])}  | ` +
     `${(b[0] / a[0]).toFixed(2)}`);
 }
+
+console.log("");
+console.log("the live page with sound, from a click on its card:");
+for (const [name, r] of live)
+  console.log(`${name.padEnd(26)} first frame ${r.first.toFixed(1).padStart(6)} ms, ` +
+    `${(r.frames / r.seconds).toFixed(1)} frames/s, ${r.dropped} dropped, ${r.underruns} underruns (${r.output})`);

@@ -1,11 +1,13 @@
-// The web wave device: Web Audio pulls the ring through a ScriptProcessorNode, whose
-// callback runs on the page's own thread. The device reads the ring as the SDL callback
-// does and runs the stream's refill pass right after each pull: no threads, no shared
-// memory. (An AudioWorklet would run on the audio thread, which could reach the ring
-// only through a SharedArrayBuffer, needing special headers, or through messages; and it
-// exists only in secure contexts, which a plain http server on the network is not.)
-// Where the output does not run at 44100 Hz, the pull resamples on an exact rational
-// step, so pitch and tempo stay those of the desktop.
+// The web wave device. The output (audio_output.js) plays on the audio thread from a
+// queue the page fills: the ring is rendered as on the desktop, by the stream's refill
+// passes, and each newly rendered run of frames is converted to the output's floats
+// and handed over at once. The device's position is what the output reports played, so
+// the refill passes keep the ring about two seconds ahead of what is heard, as the
+// desktop's thread does, and the output always holds that much: a page busy for
+// hundreds of milliseconds does not gap the music. No threads and no shared memory:
+// the passes run on the page when the output reports.
+// Where the output does not run at 44100 Hz, the hand-over resamples on an exact
+// rational step, so pitch and tempo stay those of the desktop.
 #include <emscripten.h>
 
 #include <cstring>
@@ -17,8 +19,7 @@
 namespace {
 
 constexpr uint32_t kRingRate = 44100;
-constexpr int kPullFramesMax = 16384;
-constexpr int kProcessorFrames = 4096;  // about 90 ms a callback; the ring holds 2 s
+constexpr uint32_t kChunkFramesMax = 4096;  // output frames per hand-over
 
 int gEnabled = 1;
 int gOpen;
@@ -27,9 +28,13 @@ int gStreamEnded;
 const int16_t* gRing;
 uint32_t gRingFrames;
 uint32_t gBytesPlayed;
-// How far the output has gone past the ring frame it reads, in 1/outputRate of a frame.
+uint32_t gOutputRate;
+// Ring frames rendered since the device started, and the hand-over's place among them:
+// the frame it reads and how far past it the output has gone, in 1/outputRate of a
+// frame. It reads two frames at a time, so the newest frame waits for the next pass.
+uint64_t gRendered, gHandedAt;
 uint32_t gPhase;
-float gPull[2 * kPullFramesMax];  // left plane, then right plane
+float gChunk[2 * kChunkFramesMax];  // left plane, then right plane
 
 uint32_t gStatsSlices;
 double gStatsSquares;
@@ -44,125 +49,71 @@ void StatsAdd(uint32_t slice) {
 
 }  // namespace
 
-// Makes the page's audio context; returns its sample rate, or 0 without Web Audio. The
-// page may ask for another rate (Module.invitroSampleRate) to hear the resampling.
-EM_JS(int, WebAudioCreate, (int rate), {
-    var Context = window.AudioContext || window.webkitAudioContext;
-    if (!Context) {
-        console.log("invitro: this browser has no Web Audio; the show runs silent");
-        return 0;
-    }
-    var context;
-    try {
-        context = new Context({sampleRate : Module.invitroSampleRate || rate});
-    } catch (e) {
-        try {
-            context = new Context();
-        } catch (e2) {
-            console.log("invitro: no sound output (" + e2 + "); the show runs silent");
-            return 0;
-        }
-    }
-    Module.invitroAudio = {context : context, node : null};
-    return context.sampleRate | 0;
-});
+EM_JS(int, WebAudioCreate, (int rate), { return Module.invitroAudioCreate(rate); });
 
-// Connects the pulling node. A browser that holds sound until a gesture gets it on the
-// first click or key press.
-EM_JS(void, WebAudioConnect, (int frames), {
-    var audio = Module.invitroAudio;
-    if (!audio || audio.node) return;
-    var context = audio.context;
-    var node;
-    try {
-        node = context.createScriptProcessor(frames, 0, 2);
-    } catch (e) {
-        console.log("invitro: no sound output (" + e + "); the show runs silent");
-        return;
-    }
-    node.onaudioprocess = function(e) {
-        var out = e.outputBuffer;
-        var n = out.length;
-        var p = Module._WebAudioPull(n, context.sampleRate) >> 2;
-        out.getChannelData(0).set(HEAPF32.subarray(p, p + n));
-        out.getChannelData(1).set(HEAPF32.subarray(p + n, p + 2 * n));
-    };
-    node.connect(context.destination);
-    audio.node = node;
-    if (context.state == "running") return;
-    console.log("invitro: the browser holds the sound until the page is clicked or a key pressed");
-    var resume = function() {
-        if (context.state == "suspended") context.resume();
-        window.removeEventListener("pointerdown", resume);
-        window.removeEventListener("keydown", resume);
-    };
-    window.addEventListener("pointerdown", resume);
-    window.addEventListener("keydown", resume);
-    context.resume().catch(function(){});
-});
+EM_JS(void, WebAudioStart, (),
+      { Module.invitroAudioStart(function(played) { Module._WebAudioFeed(played); }); });
 
-EM_JS(void, WebAudioDisconnect, (), {
-    var audio = Module.invitroAudio;
-    if (!audio || !audio.node) return;
-    audio.node.onaudioprocess = null;
-    audio.node.disconnect();
-    audio.node = null;
-});
+EM_JS(void, WebAudioPush, (const float* chunk, uint32_t frames, uint32_t ringFrames),
+      { Module.invitroAudioPush(chunk, frames, ringFrames); });
 
-EM_JS(void, WebAudioClose, (), {
-    var audio = Module.invitroAudio;
-    if (!audio) return;
-    if (audio.node) {
-        audio.node.onaudioprocess = null;
-        audio.node.disconnect();
-    }
-    audio.context.close().catch(function(){});
-    Module.invitroAudio = null;
-});
+EM_JS(uint32_t, WebAudioUnderruns, (), { return Module.invitroAudioUnderruns(); });
 
-// Fills `frames` output frames at `outputRate` from the ring (left plane, then right
-// plane, in the returned block) and refills what has been played.
-extern "C" EMSCRIPTEN_KEEPALIVE float* WebAudioPull(int frames, int outputRate) {
-    if (frames < 0) frames = 0;
-    if (frames > kPullFramesMax) frames = kPullFramesMax;
-    float* left = gPull;
-    float* right = gPull + frames;
-    if (!gPlaying || !gRing || outputRate <= 0) {
-        std::memset(gPull, 0, sizeof(float) * 2 * static_cast<size_t>(frames));
-        return gPull;
-    }
-    const uint32_t rate = static_cast<uint32_t>(outputRate);
+EM_JS(void, WebAudioClose, (), { Module.invitroAudioStop(); });
+
+namespace {
+
+// Converts every rendered frame the output does not have yet and hands it over.
+void HandOver() {
     const float scale = 1.0f / 32768.0f;
-    const float phaseScale = 1.0f / static_cast<float>(rate);
-    // The read position follows the played byte count, as the stream computes it.
-    uint32_t at = (gBytesPlayed / 4) % gRingFrames;
-    uint32_t consumed = 0;
-    for (int i = 0; i < frames; ++i) {
-        const uint32_t after = at + 1 == gRingFrames ? 0 : at + 1;
-        const int16_t* a = gRing + 2 * at;
-        const int16_t* b = gRing + 2 * after;
-        // At 44100 Hz the phase stays 0: the ring's samples pass unchanged.
-        const float t = static_cast<float>(gPhase) * phaseScale;
-        left[i] = (static_cast<float>(a[0]) + static_cast<float>(b[0] - a[0]) * t) * scale;
-        right[i] = (static_cast<float>(a[1]) + static_cast<float>(b[1] - a[1]) * t) * scale;
-        gPhase += kRingRate;
-        while (gPhase >= rate) {
-            gPhase -= rate;
-            at = at + 1 == gRingFrames ? 0 : at + 1;
-            ++consumed;
+    const float phaseScale = 1.0f / static_cast<float>(gOutputRate);
+    for (;;) {
+        const uint64_t first = gHandedAt;
+        float* left = gChunk;
+        float* right = gChunk + kChunkFramesMax;
+        uint32_t n = 0;
+        while (n < kChunkFramesMax && gHandedAt + 1 < gRendered) {
+            const uint32_t at = static_cast<uint32_t>(gHandedAt % gRingFrames);
+            const uint32_t after = at + 1 == gRingFrames ? 0 : at + 1;
+            const int16_t* a = gRing + 2 * at;
+            const int16_t* b = gRing + 2 * after;
+            // At 44100 Hz the phase stays 0: the ring's samples pass unchanged.
+            const float t = static_cast<float>(gPhase) * phaseScale;
+            left[n] = (static_cast<float>(a[0]) + static_cast<float>(b[0] - a[0]) * t) * scale;
+            right[n] = (static_cast<float>(a[1]) + static_cast<float>(b[1] - a[1]) * t) * scale;
+            ++n;
+            gPhase += kRingRate;
+            while (gPhase >= gOutputRate) {
+                gPhase -= gOutputRate;
+                ++gHandedAt;
+            }
         }
+        if (!n) return;
+        // The planes go over side by side: the right one follows the frames taken.
+        if (n < kChunkFramesMax) std::memmove(gChunk + n, right, sizeof(float) * n);
+        WebAudioPush(gChunk, n, static_cast<uint32_t>(gHandedAt - first));
     }
-    gBytesPlayed += consumed * 4;
+}
 
+}  // namespace
+
+// The output has played `played` ring frames in all: the refill pass renders what has
+// been heard, and what is new goes to the output.
+extern "C" EMSCRIPTEN_KEEPALIVE void WebAudioFeed(double played) {
+    if (!gPlaying || !gRing) return;
+    gBytesPlayed = static_cast<uint32_t>(static_cast<uint64_t>(played) * 4);
     if (!gStreamEnded) {
         const uint32_t first = MusicNextSlice();
         if (!MusicStreamRefill()) gStreamEnded = 1;
-        for (uint32_t s = first; s != MusicNextSlice(); s = (s + 1) % kMusicSlices) StatsAdd(s);
+        for (uint32_t s = first; s != MusicNextSlice(); s = (s + 1) % kMusicSlices) {
+            StatsAdd(s);
+            gRendered += kMusicSliceFrames;
+        }
     }
-    return gPull;
+    HandOver();
 }
 
-// Ring frames the output has consumed (wraps with the byte count): with the audio
+// Ring frames the output has played (wraps with the byte count): with the audio
 // context's own clock it shows the tempo kept at any output rate.
 extern "C" EMSCRIPTEN_KEEPALIVE uint32_t WebAudioPlayedFrames() {
     return gBytesPlayed / 4;
@@ -172,9 +123,10 @@ void WebWaveSetEnabled(int enabled) {
     gEnabled = enabled;
 }
 
-void WebWaveStatsTake(uint32_t* slices, double* sumSquares) {
+void WebWaveStatsTake(uint32_t* slices, double* sumSquares, uint32_t* underruns) {
     *slices = gStatsSlices;
     *sumSquares = gStatsSquares;
+    *underruns = gOpen ? WebAudioUnderruns() : 0;
     gStatsSlices = 0;
     gStatsSquares = 0;
 }
@@ -188,7 +140,10 @@ void WebWaveEnd() {
 
 int WaveDeviceOpen() {
     if (gOpen) WaveDeviceClose();  // a device left open by a failed start
-    if (!gEnabled || !WebAudioCreate(static_cast<int>(kRingRate))) return 0;
+    if (!gEnabled) return 0;
+    const int rate = WebAudioCreate(static_cast<int>(kRingRate));
+    if (rate <= 0) return 0;
+    gOutputRate = static_cast<uint32_t>(rate);
     gOpen = 1;
     gStreamEnded = 0;
     return 1;
@@ -198,12 +153,16 @@ void WaveDevicePrepare(void* ring, uint32_t bytes) {
     gRing = static_cast<const int16_t*>(ring);
     gRingFrames = bytes / 4;
     gBytesPlayed = 0;
-    gPhase = 0;
 }
 
+// The whole ring is rendered when the device starts: all of it goes to the output.
 void WaveDeviceWrite() {
     gPlaying = 1;
-    WebAudioConnect(kProcessorFrames);
+    gRendered = gRingFrames;
+    gHandedAt = 0;
+    gPhase = 0;
+    WebAudioStart();
+    HandOver();
 }
 
 uint32_t WaveDevicePosition() {
@@ -216,7 +175,6 @@ void WaveDeviceUnprepare() {
 
 void WaveDeviceReset() {
     gPlaying = 0;
-    WebAudioDisconnect();
     gBytesPlayed = 0;
 }
 
@@ -226,13 +184,13 @@ void WaveDeviceClose() {
     gOpen = 0;
 }
 
-// There are no threads in the page: the stream's refill passes run from the pull
-// above, so the stream counts as alive while the device plays. StopMusic, which waits
+// There are no threads in the page: the stream's refill passes run when the output
+// reports, so the stream counts as alive while the device plays. StopMusic, which waits
 // for the stream to end, is reached only before anything plays (StartMusic's first
 // step); the page's end closes the sound instead (WebWaveEnd).
 void WaveThreadStart(void (*)()) {}
 
-// Nothing to wait for without threads: the pull runs a pass when the output needs it.
+// Nothing to wait for without threads: a pass runs when the output needs it.
 void WaveSleep(uint32_t) {}
 
 int WaveResourceFind(const void*, const void*, const void**, uint32_t*) {

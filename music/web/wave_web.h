@@ -6,9 +6,10 @@
 // the virtual-clock runs of tests and benchmarks have no one listening.
 void WebWaveSetEnabled(int enabled);
 
-// The slices the stream has rendered since the last call, and the sum of the squares of
-// their samples (both channels), for the page's once-a-second report.
-void WebWaveStatsTake(uint32_t* slices, double* sumSquares);
+// Since the last call: the slices the stream has rendered, the sum of the squares of
+// their samples (both channels), and the output's calls that found no sound to play,
+// for the page's once-a-second report.
+void WebWaveStatsTake(uint32_t* slices, double* sumSquares, uint32_t* underruns);
 
 // The page's end: the output is closed, as the process exit ends the sound on the
 // desktop. Nothing plays or refills afterwards.

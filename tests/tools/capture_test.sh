@@ -5,9 +5,7 @@
 # when it dies.
 set -euo pipefail
 capture=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-fail() { echo "FAIL: $*" >&2; exit 1; }
+source "$(dirname "$0")/lib.sh"
 
 "$capture" --out "$work/a" --seconds 3 --png 2>/dev/null
 "$capture" --out "$work/b" --seconds 3 --png 2>/dev/null
@@ -66,10 +64,6 @@ if ! command -v ffmpeg >/dev/null; then
   echo "capture: no ffmpeg, MP4 checks skipped"
   exit 0
 fi
-video_frames() {
-  ffprobe -v error -select_streams v:0 -count_frames -show_entries stream=nb_read_frames \
-    -of csv=p=0 "$1"
-}
 
 # The MP4 replaces the file a link points to; standard output gets a fragmented one.
 echo old > "$work/target.mp4"

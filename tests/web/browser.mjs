@@ -1,6 +1,7 @@
-// What the browser test and the browser benchmark share: a static server for build/web/
-// on 127.0.0.1, Debian's Chromium driven headless over the DevTools protocol, and the
-// page's pixels and console lines.
+// What the browser test and the browser benchmark share: a static server for the site
+// (build/web/site/) on 127.0.0.1, Debian's Chromium (over the DevTools protocol) and
+// Firefox ESR (over WebDriver BiDi) driven headless, and the page's pixels and console
+// lines.
 import fs from "node:fs";
 import http from "node:http";
 import path from "node:path";
@@ -9,19 +10,22 @@ import { PNG } from "pngjs";
 import puppeteer from "puppeteer-core";
 
 export const repoRoot = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "../..");
-export const siteRoot = path.join(repoRoot, "build/web");
+export const siteRoot = path.join(repoRoot, "build/web/site");
 
-const kTypes = { ".html": "text/html", ".js": "text/javascript", ".wasm": "application/wasm" };
+const kTypes = { ".html": "text/html", ".js": "text/javascript", ".png": "image/png" };
 
-// Serves the site as any plain static server would. Under /broken/ the page is served
-// but its wasm is missing, to see the page's own failure message.
+// Serves the site as any plain static server would, and notes every path asked for.
+// Under /stale/ the page is one whose script is no longer on the server, as a browser's
+// cached page meets it after an update.
 export async function serveSite(root = siteRoot) {
+  const asked = [];
   const server = http.createServer((request, response) => {
     let name = decodeURIComponent(new URL(request.url, "http://localhost").pathname);
-    const broken = name.startsWith("/broken/");
-    if (broken) name = name.slice("/broken".length);
+    asked.push(name);
+    const stale = name.startsWith("/stale/");
+    if (stale) name = name.slice("/stale".length);
     const file = path.join(root, path.normalize(name));
-    if (!file.startsWith(root) || (broken && name.endsWith(".wasm"))) {
+    if (!file.startsWith(root)) {
       response.writeHead(404).end();
       return;
     }
@@ -30,13 +34,15 @@ export async function serveSite(root = siteRoot) {
         response.writeHead(404).end();
         return;
       }
+      if (stale && name.endsWith(".html"))
+        data = data.toString().replace(/invitro\.[0-9a-f]{12}/g, "invitro.000000000000");
       const type = kTypes[path.extname(file)] || "application/octet-stream";
       response.writeHead(200, { "content-type": type }).end(data);
     });
   });
   await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
   const url = `http://127.0.0.1:${server.address().port}`;
-  return { url, close: () => new Promise((resolve) => server.close(resolve)) };
+  return { url, asked, close: () => new Promise((resolve) => server.close(resolve)) };
 }
 
 // Headless Chromium on a fresh profile with nothing reaching out to the network.
@@ -57,9 +63,31 @@ export function launchChromium(extraArgs = []) {
       // A page in a busy machine's background must not be slowed down.
       "--disable-background-timer-throttling",
       "--disable-renderer-backgrounding",
+      // Sound waits for a gesture, as in a visitor's browser.
+      "--autoplay-policy=document-user-activation-required",
       ...extraArgs,
     ],
   });
+}
+
+// Headless Firefox ESR on a fresh profile. It plays sound only through a sound server
+// (tests/web/run starts PulseAudio with a null sink where none runs).
+export function launchFirefox() {
+  return puppeteer.launch({
+    browser: "firefox",
+    executablePath: process.env.FIREFOX || "/usr/bin/firefox-esr",
+    headless: true,
+    protocolTimeout: 600000,
+    extraPrefsFirefox: {
+      // Sound waits for a gesture, as in a visitor's browser.
+      "media.autoplay.default": 1,
+      "media.autoplay.blocking_policy": 0,
+    },
+  });
+}
+
+export function launch(kind, extraArgs = []) {
+  return kind == "firefox" ? launchFirefox() : launchChromium(extraArgs);
 }
 
 // A page at 640 x 480 CSS pixels (the canvas fills it) whose console lines, page
@@ -97,14 +125,10 @@ export async function canvasPixels(page) {
   return PNG.sync.read(Buffer.from(url.slice(url.indexOf(",") + 1), "base64"));
 }
 
-export function readPng(file) {
-  return PNG.sync.read(fs.readFileSync(file));
-}
-
 // The page's once-a-second reports, parsed.
 export function reports(log) {
   const pattern =
-    /^invitro: ([\d.]+) s: (\d+) frames drawn, (\d+) dropped, (\d+) audio slices rendered, rms ([\d.]+)$/;
+    /^invitro: ([\d.]+) s: (\d+) frames drawn, (\d+) dropped, (\d+) audio slices rendered, rms ([\d.]+), underruns (\d+)$/;
   return log.lines
     .map((l) => pattern.exec(l.text))
     .filter(Boolean)
@@ -114,5 +138,6 @@ export function reports(log) {
       dropped: +m[3],
       slices: +m[4],
       rms: +m[5],
+      underruns: +m[6],
     }));
 }

@@ -23,6 +23,7 @@
 #include "tools/capture/contact_sheet.h"
 #include "tools/common/png_image.h"
 #include "tools/common/stop_signal.h"
+#include "tools/common/tool_shell.h"
 #include "tools/common/wav_file.h"
 
 namespace {
@@ -49,8 +50,10 @@ const char kUsage[] =
     "  --contact-sheet FILE  also write the recorded frames every 2.5 s, each with its\n"
     "                time and scene, as one PNG (at 40 fps)\n"
     "  --help        this text\n"
-    "FILE may be - (standard output), a device or a FIFO (then a fragmented MP4). Ctrl-C\n"
-    "finishes the WAV and the MP4 with the frames made so far (exit status 130).\n";
+    "Numbers are plain decimals. FILE may be - (standard output), a device or a FIFO (an\n"
+    "MP4 is then fragmented); a link is followed; two outputs may not name one file.\n"
+    "Ctrl-C finishes the WAV and the MP4 with the frames made so far (exit status 130);\n"
+    "a second Ctrl-C ends at once, leaving no temporary file behind.\n";
 
 constexpr uint32_t kClockBase = 1000;  // the show's tick 0 (a zero tick means "not started")
 constexpr int32_t kWidth = 640, kHeight = 480;
@@ -74,6 +77,7 @@ struct Options {
 WavFile gWav;
 OutputFile gMp4;
 OutputFile gSums;
+OutputFile gSheet;
 VideoPipe gVideo;
 bool gProgressShown;  // a progress line without its line feed is on the terminal
 
@@ -82,31 +86,32 @@ void EndProgressLine() {
     gProgressShown = false;
 }
 
-[[noreturn]] void Die(const std::string& message) {
+void AbandonAll() {
     VideoAbandon(&gVideo);
     OutputAbandon(&gMp4);
     OutputAbandon(&gSums);
+    OutputAbandon(&gSheet);
     WavFileAbandon(&gWav);
     EndProgressLine();
+}
+
+[[noreturn]] void Die(const std::string& message) {
+    AbandonAll();
     std::fprintf(stderr, "capture: %s\n", message.c_str());
     std::exit(1);
 }
 
 long ParseInteger(const char* option, const char* text, long low, long high) {
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text, &end, 10);
-    if (errno || end == text || *end || value < low || value > high)
+    double value;
+    if (!ToolDecimal(text, true, &value) || value < low || value > high)
         Die(std::string(option) + " needs a whole number from " + std::to_string(low) + " to " +
             std::to_string(high) + ", not '" + text + "'");
-    return value;
+    return static_cast<long>(value);
 }
 
 double ParseSeconds(const char* text) {
-    char* end = nullptr;
-    errno = 0;
-    const double value = std::strtod(text, &end);
-    if (errno || end == text || *end || !(value > 0) || !(value <= 24 * 3600))
+    double value;
+    if (!ToolDecimal(text, false, &value) || !(value > 0) || !(value <= 24 * 3600))
         Die(std::string("--seconds needs a number of seconds above 0 and at most 86400, not '") +
             text + "'");
     return value;
@@ -176,6 +181,13 @@ Options ParseOptions(int argc, char** argv) {
             std::fputs(kUsage, stdout);
             std::exit(0);
         }
+        // The end of the options: capture takes nothing after them.
+        if (a == "--") {
+            if (i + 1 < argc)
+                Die(std::string("unexpected argument '") + argv[i + 1] +
+                    "': everything capture takes is an option (see --help)");
+            break;
+        }
         const OptionSpec* spec = nullptr;
         for (const OptionSpec& s : kOptions)
             if (a == s.name) spec = &s;
@@ -222,11 +234,7 @@ void MakeDirectory(const std::string& path) {
 
 // Leaves nothing behind after a stop request that came before the recording.
 [[noreturn]] void StopBeforeRecording(const std::string& where) {
-    VideoAbandon(&gVideo);
-    OutputAbandon(&gMp4);
-    OutputAbandon(&gSums);
-    WavFileAbandon(&gWav);
-    EndProgressLine();
+    AbandonAll();
     std::fprintf(stderr,
                  "capture: stopped by %s %s, before the recording began; nothing was written\n",
                  StopSignalName(), where.c_str());
@@ -240,8 +248,50 @@ void MakeDirectory(const std::string& path) {
     Die(error);
 }
 
+// The name of recorded frame n (or of the single shot).
+std::string PngName(const Options& o, const Plan& plan, long n) {
+    char name[64];
+    if (plan.single)
+        std::snprintf(name, sizeof name, "shot_%06ld.png", o.atMs);
+    else
+        std::snprintf(name, sizeof name, "frame_%06ld.png", n);
+    return name;
+}
+
+// Two outputs of one run that lead to one file would overwrite each other: refused
+// before anything is opened.
+void RefuseSharedOutputs(const Options& o, const Plan& plan, const std::string& wavPath) {
+    struct Named {
+        std::string what, path;
+    };
+    std::vector<Named> outputs;
+    if (!plan.single) outputs.push_back({"the recording's own audio.wav", wavPath});
+    if (!o.mp4.empty()) outputs.push_back({"--mp4 " + o.mp4, o.mp4});
+    if (!o.sums.empty()) outputs.push_back({"--sums " + o.sums, o.sums});
+    if (!o.sheet.empty()) outputs.push_back({"--contact-sheet " + o.sheet, o.sheet});
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        for (size_t j = 0; j < i; ++j)
+            if (OutputSame(outputs[i].path.c_str(), outputs[j].path.c_str()))
+                Die(outputs[i].what + " and " + outputs[j].what + " are the same file");
+        // A PNG frame of the recording, through its name in DIR.
+        OutputFile resolved;
+        std::string ignored;
+        if (!o.png || !OutputResolve(&resolved, outputs[i].path.c_str(), &ignored)) continue;
+        const std::string base = resolved.target.substr(resolved.target.rfind('/') + 1);
+        long n = -1;
+        char rest = 0;
+        const bool frameName = !plan.single && base.size() == 16 &&
+                               std::sscanf(base.c_str(), "frame_%6ld.png%c", &n, &rest) == 1 &&
+                               n >= 0 && n < plan.count;
+        if ((frameName || base == PngName(o, plan, 0)) &&
+            OutputSame(outputs[i].path.c_str(), (o.out + "/" + base).c_str()))
+            Die(outputs[i].what + " is one of the recording's PNG frames");
+    }
+}
+
 // Opens every output before the long work, so that a bad one fails at once.
 void OpenOutputs(const Options& o, const Plan& plan, const std::string& wavPath) {
+    RefuseSharedOutputs(o, plan, wavPath);
     std::string error;
     if (!plan.single) {
         if (!WavFileOpen(&gWav, wavPath.c_str(), &error)) OpenFailed(wavPath, error);
@@ -249,17 +299,13 @@ void OpenOutputs(const Options& o, const Plan& plan, const std::string& wavPath)
     }
     if (!o.sums.empty() && !OutputOpen(&gSums, o.sums.c_str(), &error)) OpenFailed(o.sums, error);
     if (!o.sheet.empty()) {
-        // The sheet is written at the end; its folder must take it.
-        const size_t slash = o.sheet.rfind('/');
-        const std::string folder = slash == std::string::npos ? "." : o.sheet.substr(0, slash + 1);
-        if (access(folder.c_str(), W_OK) != 0)
-            Die("--contact-sheet " + o.sheet + ": cannot write to " + folder + ": " +
-                std::strerror(errno));
+        if (o.sheet == "-" && isatty(1))
+            Die("--contact-sheet -: standard output is a terminal; redirect it to a file or a "
+                "program");
+        if (!OutputOpen(&gSheet, o.sheet.c_str(), &error)) OpenFailed(o.sheet, error);
     }
     if (o.mp4.empty()) return;
     if (!OutputResolve(&gMp4, o.mp4.c_str(), &error)) Die(error);
-    if (OutputIsFile(&gMp4, nullptr, wavPath.c_str()))
-        Die("--mp4 " + o.mp4 + " is the recording's own audio.wav");
     if (gWav.out.direct)
         Die(wavPath + " is not a regular file; --mp4 reads the audio back from it");
     if (gMp4.path == "-" && isatty(1))
@@ -331,16 +377,21 @@ void Progress(Phase* phase, long done, double showSeconds, bool final) {
     phase->lastShown = elapsed;
     const double rate = elapsed > 0 ? done / elapsed : 0;
     const double left = rate > 0 ? (phase->total - done) / rate : 0;
-    const int width = 30;
-    const int filled = phase->total > 0 ? static_cast<int>(width * done / phase->total) : width;
-    std::string bar(filled, '#');
-    bar += std::string(width - filled, '.');
-    std::fprintf(stderr, "\r%s%s[%s] %ld/%ld frames  %.1f s of show  %.1f fps  %s left",
-                 phase->what ? phase->what : "", phase->what ? " " : "", bar.c_str(), done,
-                 phase->total, showSeconds, rate, Clock(left).c_str());
+    char figures[128];
+    std::snprintf(figures, sizeof figures, " %ld/%ld frames  %.1f s of show  %.1f fps  %s left",
+                  done, phase->total, showSeconds, rate, Clock(left).c_str());
+    std::string line = phase->what ? std::string(phase->what) + " " : "";
+    // The bar takes what the terminal leaves, up to 30 columns; below 10 it goes.
+    const int room = ToolTerminalColumns() - 1 - static_cast<int>(line.size()) -
+                     static_cast<int>(std::strlen(figures)) - 2;
+    const int width = std::min(room, 30);
+    if (width >= 10) {
+        const int filled = phase->total > 0 ? static_cast<int>(width * done / phase->total) : width;
+        line.append(1, '[').append(filled, '#').append(width - filled, '.').append(1, ']');
+    }
+    ToolProgressShow(line.append(figures));
     gProgressShown = true;
     if (final) EndProgressLine();
-    std::fflush(stderr);
 }
 
 // FNV-1a over the picture's pixels, low byte first: the same on every machine.
@@ -356,6 +407,7 @@ uint64_t PictureHash(const std::vector<uint16_t>& picture) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    ToolStart("capture");
     const Options o = ParseOptions(argc, argv);
     const Plan plan = PlanOf(o);
     StopSignalInstall();
@@ -386,6 +438,7 @@ int main(int argc, char** argv) {
     Phase record{nullptr, plan.count};
     std::vector<uint16_t> picture;
     ContactSheet sheet;
+    std::string mp4Lost;  // why a stopped run has no MP4
     long n = 0;
     for (; n < lastFrame && !StopSignalCaught(); ++n) {
         HeadlessClockSet(kClockBase + FrameTime(n, o.fps));
@@ -405,19 +458,23 @@ int main(int argc, char** argv) {
         if (!gPresented) Die("the intro presented no frame");
         CaptureScreenPicture(gFrame.data(), gFramePitch, kWidth, kHeight, o.scale, &picture);
         if (o.png) {
-            char name[64];
-            if (plan.single)
-                std::snprintf(name, sizeof name, "/shot_%06ld.png", o.atMs);
-            else
-                std::snprintf(name, sizeof name, "/frame_%06ld.png", n - plan.first);
-            char why[256];
-            if (!PngWriteRgb565((o.out + name).c_str(), picture.data(), kWidth * o.scale,
-                                kHeight * o.scale, kWidth * o.scale * 2, why, sizeof why))
+            std::string why;
+            if (!PngWriteRgb565((o.out + "/" + PngName(o, plan, n - plan.first)).c_str(),
+                                picture.data(), kWidth * o.scale, kHeight * o.scale,
+                                kWidth * o.scale * 2, &why))
                 Die(why);
         }
-        if (gVideo.fd >= 0 && !VideoAppend(&gVideo, picture))
-            Die("ffmpeg stopped taking frames at frame " + std::to_string(n - plan.first) + ": " +
-                VideoFailure(&gVideo));
+        if (gVideo.fd >= 0 && !VideoAppend(&gVideo, picture)) {
+            if (!StopSignalCaught())
+                Die("ffmpeg stopped taking frames at frame " + std::to_string(n - plan.first) +
+                    ": " + VideoFailure(&gVideo));
+            // Stopped while ffmpeg had stopped working: it has been ended, and there is
+            // no MP4 to finish; the other outputs are.
+            mp4Lost = "ffmpeg took no frame for " + std::to_string(kFfmpegGraceSeconds) +
+                      " s after the stop and was ended: " + VideoFailure(&gVideo);
+            VideoAbandon(&gVideo);
+            OutputAbandon(&gMp4);
+        }
         if (gSums.fd >= 0) {
             char line[40];
             const int length = std::snprintf(line, sizeof line, "%06ld %016llx\n", n - plan.first,
@@ -441,8 +498,11 @@ int main(int argc, char** argv) {
 
     std::string error;
     if (!plan.single && !WavFileFinish(&gWav, &error)) Die(error);
-    if (gVideo.pid && !VideoFinish(&gVideo, wavPath, &gMp4, &error)) Die(error);
-    if (!o.sheet.empty() && !ContactSheetWrite(&sheet, o.sheet, &error)) Die(error);
+    if (gVideo.pid && !VideoFinish(&gVideo, wavPath, &gMp4, &error)) {
+        if (!stopped) Die(error);
+        mp4Lost = error;  // what was made besides is kept
+    }
+    if (gSheet.fd >= 0 && !ContactSheetWrite(&sheet, &gSheet, &error)) Die(error);
     if (gSums.fd >= 0 && !OutputCommit(&gSums, &error)) Die(error);
     AppShutdown();
     MusicRenderClose();
@@ -455,7 +515,10 @@ int main(int argc, char** argv) {
     if (!plan.single)
         std::fprintf(stderr, " and %llu audio frames",
                      static_cast<unsigned long long>(gWav.frames));
-    std::fprintf(stderr, " written to %s%s%s\n", o.out.c_str(), o.mp4.empty() ? "" : " and ",
-                 o.mp4.c_str());
+    const bool mp4Made = !o.mp4.empty() && mp4Lost.empty();
+    std::fprintf(stderr, " written to %s%s%s\n", o.out.c_str(), mp4Made ? " and " : "",
+                 mp4Made ? o.mp4.c_str() : "");
+    if (!mp4Lost.empty())
+        std::fprintf(stderr, "capture: no MP4 was written: %s\n", mp4Lost.c_str());
     return stopped ? kStopSignalStatus : 0;
 }

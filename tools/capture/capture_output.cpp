@@ -2,16 +2,21 @@
 #include "tools/capture/capture_output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "display/present_scale.h"
+#include "tools/common/stop_signal.h"
 
 extern char** environ;
 
@@ -32,9 +37,17 @@ void CaptureScreenPicture(const uint16_t* surface, int32_t pitchBytes, int32_t w
     }
 }
 
+constexpr std::chrono::seconds kFfmpegGrace{kFfmpegGraceSeconds};
+
+// A file name as ffmpeg reads it: without the prefix, "a:b.mp4" or "2026-11-24T12:30.mp4"
+// name a protocol and "-x.mp4" an option.
+static std::string FfmpegFile(const std::string& path) {
+    return "file:" + path;
+}
+
 // Starts ffmpeg with the arguments after its name, standard input, output and error
 // on the given descriptors, in a new process group, with default signal handling.
-// Returns its process id, or 0.
+// Returns its process id (also its group's, which a second stop request kills), or 0.
 static pid_t FfmpegStart(const std::vector<std::string>& arguments, int in, int out, int err) {
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>("ffmpeg"));
@@ -57,15 +70,72 @@ static pid_t FfmpegStart(const std::vector<std::string>& arguments, int in, int 
     if (posix_spawnp(&pid, "ffmpeg", &files, &attributes, argv.data(), environ) != 0) pid = 0;
     posix_spawn_file_actions_destroy(&files);
     posix_spawnattr_destroy(&attributes);
+    if (pid) StopSignalKeepChild(pid);
     return pid;
 }
 
-// Waits for a process; its wait status, or -1.
-static int WaitFor(pid_t pid) {
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
+// The processor time a process has used, in clock ticks (-1 when it cannot be read).
+static long ProcessorTicks(pid_t pid) {
+    char name[32];
+    std::snprintf(name, sizeof name, "/proc/%d/stat", static_cast<int>(pid));
+    std::FILE* f = std::fopen(name, "r");
+    if (!f) return -1;
+    char line[1024];
+    const size_t n = std::fread(line, 1, sizeof line - 1, f);
+    std::fclose(f);
+    line[n] = '\0';
+    // Fields 14 and 15 (user and system time) follow the command name's closing bracket.
+    const char* p = std::strrchr(line, ')');
+    long user = -1, system = -1;
+    if (!p || std::sscanf(p + 1, " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %ld %ld", &user,
+                          &system) != 2)
+        return -1;
+    return user + system;
+}
+
+// Once a stop has been asked for, watches a child: when it has used no processor time
+// for kFfmpegGrace its process group is ended (SIGTERM, then SIGKILL a second later).
+struct IdleWatch {
+    long ticks = -2;
+    std::chrono::steady_clock::time_point since;
+    int ended = 0;  // signals sent
+};
+static void IdleWatchStep(pid_t pid, IdleWatch* w) {
+    const auto now = std::chrono::steady_clock::now();
+    const long ticks = ProcessorTicks(pid);
+    if (ticks != w->ticks || w->ticks == -2) {
+        w->ticks = ticks;
+        w->since = now;
+        if (!w->ended) return;
     }
+    if (!w->ended && now - w->since >= kFfmpegGrace) {
+        kill(-pid, SIGTERM);
+        w->ended = 1;
+        w->since = now;
+    } else if (w->ended == 1 && now - w->since >= std::chrono::seconds(1)) {
+        kill(-pid, SIGKILL);
+        w->ended = 2;
+    }
+}
+
+// Waits for a child; its wait status, or -1. After a stop request an idle child is
+// ended (IdleWatch).
+static int WaitFor(pid_t pid) {
+    IdleWatch watch;
+    int status = 0;
+    for (;;) {
+        const pid_t done = waitpid(pid, &status, StopSignalCaught() ? WNOHANG : 0);
+        if (done == pid) break;
+        if (done < 0 && errno != EINTR) {
+            status = -1;
+            break;
+        }
+        if (StopSignalCaught()) {
+            IdleWatchStep(pid, &watch);
+            usleep(20000);
+        }
+    }
+    StopSignalForgetChild(pid);
     return status;
 }
 
@@ -114,6 +184,7 @@ int VideoOpen(VideoPipe* video, const std::string& directory, int32_t width, int
         return 0;
     }
     close(file);
+    StopSignalKeepFile(video->videoTemporary.c_str());
     int pipeFds[2];
     video->said = std::tmpfile();
     if (!video->said || pipe2(pipeFds, O_CLOEXEC) != 0) {
@@ -142,13 +213,15 @@ int VideoOpen(VideoPipe* video, const std::string& directory, int32_t width, int
                                            "yuv420p",
                                            "-f",
                                            "mp4",
-                                           video->videoTemporary};
+                                           FfmpegFile(video->videoTemporary)};
     arguments.insert(arguments.end(), rest.begin(), rest.end());
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     video->pid = FfmpegStart(arguments, pipeFds[0], null, fileno(video->said));
     close(null);
     close(pipeFds[0]);
     video->fd = pipeFds[1];
+    // Written without blocking, so that a stop request is seen while ffmpeg is busy.
+    fcntl(video->fd, F_SETFL, O_NONBLOCK);
     if (!video->pid) {
         *error = "cannot start ffmpeg";
         return 0;
@@ -158,7 +231,24 @@ int VideoOpen(VideoPipe* video, const std::string& directory, int32_t width, int
 
 int VideoAppend(VideoPipe* video, const std::vector<uint16_t>& picture) {
     // rgb565le: the pixels as they are on a little-endian machine.
-    return WriteAll(video->fd, picture.data(), picture.size() * 2);
+    const char* p = reinterpret_cast<const char*>(picture.data());
+    size_t count = picture.size() * 2;
+    IdleWatch watch;
+    while (count > 0) {
+        const ssize_t n = write(video->fd, p, count);
+        if (n > 0) {
+            p += n;
+            count -= static_cast<size_t>(n);
+            continue;
+        }
+        if (n < 0 && errno != EAGAIN && errno != EINTR) return 0;
+        // The pipe is full: ffmpeg is behind. After a stop request it still takes the
+        // frame begun, unless it has stopped working.
+        if (StopSignalCaught()) IdleWatchStep(video->pid, &watch);
+        pollfd room = {video->fd, POLLOUT, 0};
+        poll(&room, 1, StopSignalCaught() ? 20 : -1);
+    }
+    return 1;
 }
 
 // Closes the stream and waits for the encoder; its wait status.
@@ -183,9 +273,13 @@ int VideoFinish(VideoPipe* video, const std::string& wavPath, OutputFile* mp4, s
         return 0;
     }
     std::vector<std::string> arguments = kQuiet;
-    const std::vector<std::string> rest = {
-        "-i",   video->videoTemporary, "-i", wavPath, "-c:v", "copy", "-c:a", "aac", "-b:a",
-        "192k", "-shortest",           "-f", "mp4"};
+    const std::vector<std::string> rest = {"-i",        FfmpegFile(video->videoTemporary),
+                                           "-i",        FfmpegFile(wavPath),
+                                           "-c:v",      "copy",
+                                           "-c:a",      "aac",
+                                           "-b:a",      "192k",
+                                           "-shortest", "-f",
+                                           "mp4"};
     arguments.insert(arguments.end(), rest.begin(), rest.end());
     int out = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (mp4->direct) {
@@ -194,7 +288,7 @@ int VideoFinish(VideoPipe* video, const std::string& wavPath, OutputFile* mp4, s
         close(out);
         out = mp4->fd;
     } else {
-        arguments.push_back(mp4->temporary);
+        arguments.push_back(FfmpegFile(mp4->temporary));
     }
     ftruncate(fileno(video->said), 0);  // what the encoder said is over
     std::rewind(video->said);
@@ -203,7 +297,10 @@ int VideoFinish(VideoPipe* video, const std::string& wavPath, OutputFile* mp4, s
     close(in);
     if (out != mp4->fd) close(out);
     const int muxed = pid ? WaitFor(pid) : -1;
-    if (muxed != 0) {
+    // With only errors shown, any word is one: a reader that went away ("Broken pipe")
+    // still leaves ffmpeg's status 0.
+    struct stat said;
+    if (muxed != 0 || (fstat(fileno(video->said), &said) == 0 && said.st_size > 0)) {
         *error = "ffmpeg could not write " + mp4->path + ": " + FfmpegWords(video->said, muxed);
         VideoAbandon(video);
         OutputAbandon(mp4);
@@ -214,9 +311,13 @@ int VideoFinish(VideoPipe* video, const std::string& wavPath, OutputFile* mp4, s
 }
 
 void VideoAbandon(VideoPipe* video) {
+    if (video->pid && !StopSignalCaught()) kill(-video->pid, SIGTERM);
     if (video->fd >= 0 || video->pid) VideoEnd(video);
     if (video->said) std::fclose(video->said);
     video->said = nullptr;
-    if (!video->videoTemporary.empty()) unlink(video->videoTemporary.c_str());
+    if (!video->videoTemporary.empty()) {
+        unlink(video->videoTemporary.c_str());
+        StopSignalForgetFile(video->videoTemporary.c_str());
+    }
     video->videoTemporary.clear();
 }

@@ -18,6 +18,10 @@ void CaptureScreenPicture(const uint16_t* surface, int32_t pitchBytes, int32_t w
 // a process group of its own (Ctrl-C reaches capture only, which then ends the stream
 // cleanly) with its standard error kept to report what it said; at the end the video
 // is muxed with the WAV into the MP4.
+// How long ffmpeg may sit idle (using no processor time) after a stop request before it
+// is ended: alive but not reading, it would hold the stop up for ever.
+constexpr int kFfmpegGraceSeconds = 3;
+
 struct VideoPipe {
     int fd = -1;  // the encoder's standard input
     pid_t pid = 0;
@@ -27,7 +31,8 @@ struct VideoPipe {
 bool FfmpegAvailable();
 int VideoOpen(VideoPipe* video, const std::string& directory, int32_t width, int32_t height,
               int32_t fps, std::string* error);
-// Returns 0 when ffmpeg no longer takes frames; VideoFailure then says why.
+// Returns 0 when ffmpeg no longer takes frames (after a stop request also when it has
+// stopped working and was ended); VideoFailure then says why.
 int VideoAppend(VideoPipe* video, const std::vector<uint16_t>& picture);
 // Ends the encoder and describes its end: what it said last, or its exit status.
 std::string VideoFailure(VideoPipe* video);

@@ -96,9 +96,10 @@ void ContactSheetOffer(ContactSheet* sheet, const uint16_t* surface, int32_t pit
     sheet->cells.push_back(std::move(cell));
 }
 
-int ContactSheetWrite(const ContactSheet* sheet, const std::string& path, std::string* error) {
+int ContactSheetWrite(const ContactSheet* sheet, OutputFile* out, std::string* error) {
     if (sheet->cells.empty()) {
         *error = "no frame of the recording falls on the contact sheet's 2.5-s steps";
+        OutputAbandon(out);
         return 0;
     }
     const int32_t cellWidth = sheet->thumbWidth + kGap;
@@ -113,9 +114,6 @@ int ContactSheetWrite(const ContactSheet* sheet, const std::string& path, std::s
                 page[static_cast<size_t>(y0 + y) * width + x0 + x] =
                     cell.pixels[static_cast<size_t>(y) * sheet->thumbWidth + x];
     }
-    char why[256];
-    if (PngWriteRgb565(path.c_str(), page.data(), width, height, width * 2, why, sizeof why))
-        return 1;
-    *error = why;
-    return 0;
+    return PngWriteRgb565To(out, page.data(), width, height, width * 2, error) &&
+           OutputCommit(out, error);
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/output_file.h"
+
 constexpr uint32_t kContactSheetStepMs = 2500;  // one frame every 2.5 s of show
 constexpr int32_t kContactSheetColumns = 8;
 constexpr int32_t kContactSheetShrink = 3;  // thumbnails a third of the frame
@@ -28,5 +30,6 @@ struct ContactSheet {
 void ContactSheetOffer(ContactSheet* sheet, const uint16_t* surface, int32_t pitchBytes,
                        int32_t width, int32_t height, uint32_t ms);
 
-// Writes the sheet as a PNG. Returns 1, or 0 with the reason.
-int ContactSheetWrite(const ContactSheet* sheet, const std::string& path, std::string* error);
+// Writes the sheet as a PNG into the opened output and commits it. Returns 1, or 0 with
+// the reason (the output is then abandoned).
+int ContactSheetWrite(const ContactSheet* sheet, OutputFile* out, std::string* error);

@@ -9,6 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tools/common/stop_signal.h"
+#include "tools/common/tool_shell.h"
+
 static std::string Reason(const std::string& path, int error) {
     return path + ": " + std::strerror(error);
 }
@@ -74,6 +77,10 @@ int OutputResolve(OutputFile* out, const char* path, std::string* error) {
 int OutputOpen(OutputFile* out, const char* path, std::string* error) {
     if (!OutputResolve(out, path, error)) return 0;
     if (out->direct) {
+        if (out->path == "-" && ToolStandardOutputClosed()) {
+            *error = "-: standard output is closed";
+            return 0;
+        }
         out->fd = out->path == "-" ? dup(1) : open(out->target.c_str(), O_WRONLY | O_CLOEXEC);
         if (out->fd < 0) {
             *error = Reason(out->path, errno);
@@ -91,6 +98,7 @@ int OutputOpen(OutputFile* out, const char* path, std::string* error) {
         out->temporary.clear();
         return 0;
     }
+    StopSignalKeepFile(out->temporary.c_str());
     struct stat replaced;
     mode_t mode;
     if (stat(out->target.c_str(), &replaced) == 0) {
@@ -145,6 +153,7 @@ int OutputCommit(OutputFile* out, std::string* error) {
         OutputAbandon(out);
         return 0;
     }
+    StopSignalForgetFile(out->temporary.c_str());
     out->temporary.clear();
     return 1;
 }
@@ -152,7 +161,10 @@ int OutputCommit(OutputFile* out, std::string* error) {
 void OutputAbandon(OutputFile* out) {
     if (out->fd >= 0) close(out->fd);
     out->fd = -1;
-    if (!out->temporary.empty()) unlink(out->temporary.c_str());
+    if (!out->temporary.empty()) {
+        unlink(out->temporary.c_str());
+        StopSignalForgetFile(out->temporary.c_str());
+    }
     out->temporary.clear();
 }
 
@@ -167,4 +179,15 @@ int OutputIsFile(const OutputFile* out, const struct stat* other, const char* ot
     std::string ignored;
     if (!OutputResolve(&resolved, otherPath, &ignored) || resolved.path == "-") return 0;
     return CanonicalName(out->target) == CanonicalName(resolved.target);
+}
+
+int OutputSame(const char* a, const char* b) {
+    OutputFile x, y;
+    std::string ignored;
+    if (!OutputResolve(&x, a, &ignored) || !OutputResolve(&y, b, &ignored)) return 0;
+    if (x.path == "-" || y.path == "-") return x.path == y.path;
+    struct stat sx, sy;
+    if (stat(x.target.c_str(), &sx) == 0 && stat(y.target.c_str(), &sy) == 0)
+        return sx.st_dev == sy.st_dev && sx.st_ino == sy.st_ino && !S_ISCHR(sx.st_mode);
+    return CanonicalName(x.target) == CanonicalName(y.target);
 }

@@ -23,8 +23,9 @@ struct OutputFile {
 // Finds where `path` leads without opening anything. Returns 1, or 0 with the reason.
 int OutputResolve(OutputFile* out, const char* path, std::string* error);
 // Resolves and opens: creates the temporary file (with the mode a new file would get,
-// or the replaced file's own) or opens the direct target. Opening a FIFO waits for its
-// reader. Returns 1, or 0 with the reason.
+// or the replaced file's own; a second stop request removes it) or opens the direct
+// target. Opening a FIFO waits for its reader; "-" fails when the tool was started with
+// standard output closed. Returns 1, or 0 with the reason.
 int OutputOpen(OutputFile* out, const char* path, std::string* error);
 // Writes all bytes to a descriptor, resuming after interruptions. Returns 0 when the
 // write fails (errno says why).
@@ -39,6 +40,11 @@ int OutputWriteAt(OutputFile* out, int64_t offset, const void* bytes, size_t cou
 int OutputCommit(OutputFile* out, std::string* error);
 // Closes and removes the temporary file, if any.
 void OutputAbandon(OutputFile* out);
+
+// 1 when two output names lead to one file (standard output for both, or the same file
+// through links, or one not yet made): two outputs of a run would overwrite each other.
+// A character device (a terminal, /dev/null) may take several.
+int OutputSame(const char* a, const char* b);
 
 // 1 when the resolved output is the file `other` describes (same device and inode) or
 // names the same place as `otherPath` (when non-null): writing it would destroy it.

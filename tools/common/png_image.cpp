@@ -9,22 +9,29 @@
 #include <string>
 #include <vector>
 
-static void SetError(char* error, int errorSize, const std::string& text) {
-    if (error && errorSize > 0)
-        std::snprintf(error, static_cast<size_t>(errorSize), "%s", text.c_str());
+// libpng's output: the descriptor, written whole; a failed write ends the picture.
+static void WriteBytes(png_structp png, png_bytep bytes, png_size_t count) {
+    if (!WriteAll(*static_cast<int*>(png_get_io_ptr(png)), bytes, count))
+        png_error(png, "write failed");
 }
+static void FlushNothing(png_structp) {}
+// Errors end the picture without a word of libpng's own: the caller says what failed.
+static void Quiet(png_structp png, png_const_charp) {
+    png_longjmp(png, 1);
+}
+static void QuietWarning(png_structp, png_const_charp) {}
 
 // Writes the picture through libpng; false when libpng reports an error.
-static bool WriteRows(FILE* file, const uint16_t* pixels, int32_t width, int32_t height,
+static bool WriteRows(int fd, const uint16_t* pixels, int32_t width, int32_t height,
                       int32_t pitchBytes, uint8_t* row) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Quiet, QuietWarning);
     if (!png) return false;
     png_infop info = png_create_info_struct(png);
     if (!info || setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, info ? &info : nullptr);
         return false;
     }
-    png_init_io(png, file);
+    png_set_write_fn(png, &fd, WriteBytes, FlushNothing);
     png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
@@ -44,24 +51,22 @@ static bool WriteRows(FILE* file, const uint16_t* pixels, int32_t width, int32_t
     return true;
 }
 
-int PngWriteRgb565(const char* path, const uint16_t* pixels, int32_t width, int32_t height,
-                   int32_t pitchBytes, char* error, int errorSize) {
-    const std::string temporary = std::string(path) + ".part";
-    FILE* file = std::fopen(temporary.c_str(), "wb");
-    if (!file) {
-        SetError(error, errorSize,
-                 std::string("cannot write ") + path + ": " + std::strerror(errno));
-        return 0;
-    }
+int PngWriteRgb565To(OutputFile* out, const uint16_t* pixels, int32_t width, int32_t height,
+                     int32_t pitchBytes, std::string* error) {
     std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
-    bool ok = WriteRows(file, pixels, width, height, pitchBytes, row.data());
-    if (std::fclose(file) != 0) ok = false;
-    if (!ok || std::rename(temporary.c_str(), path) != 0) {
-        std::remove(temporary.c_str());
-        SetError(error, errorSize, std::string("cannot write ") + path);
-        return 0;
-    }
-    return 1;
+    errno = 0;
+    if (WriteRows(out->fd, pixels, width, height, pitchBytes, row.data())) return 1;
+    *error = "cannot write " + out->path + (errno ? std::string(": ") + std::strerror(errno) : "");
+    OutputAbandon(out);
+    return 0;
+}
+
+int PngWriteRgb565(const char* path, const uint16_t* pixels, int32_t width, int32_t height,
+                   int32_t pitchBytes, std::string* error) {
+    OutputFile out;
+    return OutputOpen(&out, path, error) &&
+           PngWriteRgb565To(&out, pixels, width, height, pitchBytes, error) &&
+           OutputCommit(&out, error);
 }
 
 int PngReadRgb565(const char* path, uint16_t* pixels, int32_t maxPixels, int32_t* width,

@@ -15,6 +15,7 @@
 #include "music/music.h"
 #include "music/xm_player.h"
 #include "tools/common/stop_signal.h"
+#include "tools/common/tool_shell.h"
 #include "tools/common/wav_file.h"
 
 namespace {
@@ -32,7 +33,8 @@ constexpr uint32_t kWriteFrames = kWavWriteFrames;
 const char kUsage[] =
     "usage: xm2wav IN.xm OUT.wav [--seconds N] [--loops N]\n"
     "Renders an XM module to a 44100 Hz stereo 16-bit WAV file. IN may be - (standard\n"
-    "input) or a pipe, OUT may be - (standard output), a device or a FIFO.\n"
+    "input) or a pipe, OUT may be - (standard output), a device or a FIFO; after --,\n"
+    "names that begin with - are files. Numbers are plain decimals.\n"
     "  --seconds N  stop after N seconds, above 0 and at most 600 (the default and\n"
     "               the upper limit)\n"
     "  --loops N    stop when the song has started over N times, 1 to 1000 (default 1;\n"
@@ -61,36 +63,38 @@ struct Options {
 };
 
 int ParseOptions(int argc, char** argv, Options* o, std::string* error) {
+    bool options = true;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
-        if (arg == "--seconds" || arg == "--loops") {
+        if (options && arg == "--") {
+            options = false;
+        } else if (options && (arg == "--seconds" || arg == "--loops")) {
             if (i + 1 >= argc) {
                 *error = arg + " needs a value (see --help)";
                 return 0;
             }
             const char* text = argv[++i];
-            char* end = nullptr;
-            errno = 0;
+            double value;
+            const bool number = ToolDecimal(text, arg == "--loops", &value);
             if (arg == "--seconds") {
-                o->seconds = std::strtod(text, &end);
+                o->seconds = value;
                 o->secondsGiven = true;
                 // At least one frame: fewer would make an empty file.
-                if (errno || end == text || *end || !(o->seconds * 44100 >= 1) ||
-                    !(o->seconds <= kMaxSeconds)) {
+                if (!number || !(o->seconds * 44100 >= 1) || !(o->seconds <= kMaxSeconds)) {
                     *error = "--seconds needs a number of seconds from 1/44100 to 600, not '" +
                              std::string(text) + "'";
                     return 0;
                 }
             } else {
-                o->loops = std::strtol(text, &end, 10);
                 o->loopsGiven = true;
-                if (errno || end == text || *end || o->loops < 1 || o->loops > kMaxLoops) {
+                if (!number || value < 1 || value > kMaxLoops) {
                     *error = "--loops needs a whole number from 1 to 1000, not '" +
                              std::string(text) + "'";
                     return 0;
                 }
+                o->loops = static_cast<long>(value);
             }
-        } else if (arg.size() > 1 && arg[0] == '-') {
+        } else if (options && arg.size() > 1 && arg[0] == '-') {
             *error = arg + ": unknown option (see --help)";
             return 0;
         } else if (!o->in) {
@@ -257,9 +261,12 @@ SongEnd RenderSong(const Options& o, WavFile* wav, bool progress, uint64_t* fram
         std::memcpy(held + 2 * heldFrames, MusicRingSlice(slice), take * 4);
         heldFrames += static_cast<uint32_t>(take);
         frames += take;
-        if (progress && (slices % 50 == 0 || last))
-            std::fprintf(stderr, "\rrendering %7.1f s  order %3u/%u  row %3u", frames / 44100.0,
-                         player->order, player->module->songLength, player->row);
+        if (progress && (slices % 50 == 0 || last)) {
+            char line[80];
+            std::snprintf(line, sizeof line, "rendering %7.1f s  order %3u/%u  row %3u",
+                          frames / 44100.0, player->order, player->module->songLength, player->row);
+            ToolProgressShow(line);
+        }
         if (last) break;
         if (heldFrames < kWriteFrames + kFadeFrames) continue;
         if (wav && !WavFileAppend(wav, held, kWriteFrames)) return SongEnd::kWriteFailed;
@@ -276,7 +283,8 @@ SongEnd RenderSong(const Options& o, WavFile* wav, bool progress, uint64_t* fram
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i) {
+    ToolStart("xm2wav");
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--"); ++i) {
         if (!std::strcmp(argv[i], "--help") || !std::strcmp(argv[i], "-h")) {
             std::fputs(kUsage, stdout);
             return 0;
