@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "display/colour.h"
 #include "raster/lanes.h"
@@ -108,6 +109,24 @@ struct Lanes<4> {
     typedef uint64_t Longs __attribute__((vector_size(32)));
     typedef float Floats __attribute__((vector_size(16)));
 };
+
+// The vector (f(0), f(1), ..., f(lanes - 1)).
+template <class V, class F, std::size_t... I>
+[[gnu::always_inline]] static inline V LanesFrom(F f, std::index_sequence<I...>) {
+    return V{f(static_cast<int>(I))...};
+}
+template <class V, class F>
+[[gnu::always_inline]] static inline V LanesFrom(F f) {
+    return LanesFrom<V>(f, std::make_index_sequence<sizeof(V) / 8>{});
+}
+
+// A light's value in the lanes of D.
+template <class D>
+[[gnu::always_inline]] static inline D Spread(const LightValue& value) {
+    D lanes;
+    std::memcpy(&lanes, value.lanes, sizeof lanes);
+    return lanes;
+}
 
 // Each lane rounded to float and back: a double sum or difference of two floats so rounded
 // is exactly the float operation.
@@ -217,7 +236,8 @@ template <class D, class L>
 [[gnu::always_inline]] static inline void AddTerms(const LightTerm& light, const D base[3],
                                                    D intensity, L sums[3]) {
     for (int ch = 0; ch < 3; ++ch)
-        sums[ch] += Bits<L>(light.channel[ch] * base[ch] * intensity + 6755399441055744.0);
+        sums[ch] +=
+            Bits<L>(Spread<D>(light.channel[ch]) * base[ch] * intensity + 6755399441055744.0);
 }
 
 // Base colour channels of a 5.6.5 colour word.
@@ -251,22 +271,24 @@ template <int N>
         for (int32_t a = 0; a < chunk->anchorCount; a += N) {
             int32_t at[N];
             bool inRange = light.inRange;
-            D x0, y0, z0;
             for (int lane = 0; lane < N; ++lane) {
                 at[lane] = a + lane < chunk->anchorCount ? a + lane : a;
-                x0[lane] = chunk->x0[at[lane]], y0[lane] = chunk->y0[at[lane]];
-                z0[lane] = chunk->z0[at[lane]];
                 inRange = inRange && chunk->inRange[at[lane]];
             }
-            const D lx = FloatRound(light.px - x0), ly = FloatRound(light.py - y0);
-            const D lz = FloatRound(light.pz - z0);
+            const D x0 = LanesFrom<D>([&](int lane) { return chunk->x0[at[lane]]; });
+            const D y0 = LanesFrom<D>([&](int lane) { return chunk->y0[at[lane]]; });
+            const D z0 = LanesFrom<D>([&](int lane) { return chunk->z0[at[lane]]; });
+            const D lx = FloatRound(Spread<D>(light.px) - x0),
+                    ly = FloatRound(Spread<D>(light.py) - y0);
+            const D lz = FloatRound(Spread<D>(light.pz) - z0);
             const D d = LightDistance(lx, ly, lz, inRange);
-            const D divisor = light.kc + light.kl * d + light.kq * d * d;
+            const D divisor =
+                Spread<D>(light.kc) + Spread<D>(light.kl) * d + Spread<D>(light.kq) * d * d;
             const D by = point ? divisor * d : divisor;
             for (int lane = N - 1; lane >= 0; --lane) {
-                chunk->reach[k][at[lane]] = {point ? lx[lane] : light.dx,
-                                             point ? ly[lane] : light.dy,
-                                             point ? lz[lane] : light.dz, by[lane]};
+                chunk->reach[k][at[lane]] = {point ? lx[lane] : light.dx.lanes[0],
+                                             point ? ly[lane] : light.dy.lanes[0],
+                                             point ? lz[lane] : light.dz.lanes[0], by[lane]};
             }
         }
     }
@@ -280,19 +302,22 @@ template <int N, bool kFlat>
                                                      LitVertices* v, const int32_t at[N]) {
     using D = typename Lanes<N>::Doubles;
     using L = typename Lanes<N>::Longs;
-    D nx, ny, nz, normalLength, base[3];
-    L sums[3] = {};
-    for (int lane = 0; lane < N; ++lane) {
-        const int32_t i = at[lane];
-        nx[lane] = v->nx[i], ny[lane] = v->ny[i], nz[lane] = v->nz[i];
-        normalLength[lane] = v->normalLength[i];
-        uint32_t channels[3];
-        BaseChannels(v->colour[i], channels);
-        for (int ch = 0; ch < 3; ++ch) {
-            base[ch][lane] = channels[ch];
+    const D nx = LanesFrom<D>([&](int lane) { return v->nx[at[lane]]; });
+    const D ny = LanesFrom<D>([&](int lane) { return v->ny[at[lane]]; });
+    const D nz = LanesFrom<D>([&](int lane) { return v->nz[at[lane]]; });
+    const D normalLength = LanesFrom<D>([&](int lane) { return v->normalLength[at[lane]]; });
+    uint32_t channels[N][3];
+    for (int lane = 0; lane < N; ++lane) BaseChannels(v->colour[at[lane]], channels[lane]);
+    D base[3];
+    L sums[3];
+    for (int ch = 0; ch < 3; ++ch) {
+        base[ch] = LanesFrom<D>([&](int lane) { return double(channels[lane][ch]); });
+        sums[ch] = LanesFrom<L>([&](int lane) {
+            uint64_t sum = 0;
             for (int32_t k = 0; k < set.ambientCount; ++k)
-                sums[ch][lane] += (set.ambient[k]->colour[ch] * channels[ch]) >> 8;
-        }
+                sum += (set.ambient[k]->colour[ch] * channels[lane][ch]) >> 8;
+            return sum;
+        });
     }
     // 128 times the dot product of the normals with (x, y, z), divided as asked, then by
     // the normal length for flat shading.
@@ -303,7 +328,7 @@ template <int N, bool kFlat>
     };
     for (int32_t k = 0; k < set.infiniteCount; ++k) {
         const LightTerm& light = *set.infinite[k];
-        const D dp = nx * light.dx + ny * light.dy + nz * light.dz;
+        const D dp = nx * Spread<D>(light.dx) + ny * Spread<D>(light.dy) + nz * Spread<D>(light.dz);
         // Its attenuation is 1, by which dividing changes nothing.
         AddTerms(light, base,
                  intensity(
@@ -320,10 +345,12 @@ template <int N, bool kFlat>
             const Reach& r = chunk.reach[k][first];
             x = D{} + r.x, y = D{} + r.y, z = D{} + r.z, by = D{} + r.by;
         } else {
-            for (int lane = 0; lane < N; ++lane) {
-                const Reach& r = chunk.reach[k][v->anchor[at[lane]]];
-                x[lane] = r.x, y[lane] = r.y, z[lane] = r.z, by[lane] = r.by;
-            }
+            const Reach* r[N];
+            for (int lane = 0; lane < N; ++lane) r[lane] = &chunk.reach[k][v->anchor[at[lane]]];
+            x = LanesFrom<D>([&](int lane) { return r[lane]->x; });
+            y = LanesFrom<D>([&](int lane) { return r[lane]->y; });
+            z = LanesFrom<D>([&](int lane) { return r[lane]->z; });
+            by = LanesFrom<D>([&](int lane) { return r[lane]->by; });
         }
         const D dp = nx * x + ny * y + nz * z;
         AddTerms(*set.distant[k], base,
@@ -341,19 +368,23 @@ template <int N, bool kFlat>
         }
         for (int32_t k = 0; k < set.coneCount; ++k) {
             const LightTerm& light = *set.cone[k];
-            const D dp = nx * light.dx + ny * light.dy + nz * light.dz;
+            const D dp =
+                nx * Spread<D>(light.dx) + ny * Spread<D>(light.dy) + nz * Spread<D>(light.dz);
             // s = the vertex less the light, c its cosine to the light's direction.
-            const D sx = FloatRound(px - light.px), sy = FloatRound(py - light.py);
-            const D sz = FloatRound(pz - light.pz);
+            const D sx = FloatRound(px - Spread<D>(light.px)),
+                    sy = FloatRound(py - Spread<D>(light.py));
+            const D sz = FloatRound(pz - Spread<D>(light.pz));
             const D d = LightDistance(sx, sy, sz, inRange && light.inRange);
-            const D c = (sx * light.dx + sy * light.dy + sz * light.dz) / d;
-            D cp;
-            for (int lane = 0; lane < N; ++lane) {
-                cp[lane] = !(c[lane] > 0)     ? 0.0
-                           : light.power <= 1 ? c[lane]
-                                              : std::pow(c[lane], static_cast<double>(light.power));
-            }
-            const D attenuation = light.kc + light.kl * d + light.kq * d * d;
+            const D c =
+                (sx * Spread<D>(light.dx) + sy * Spread<D>(light.dy) + sz * Spread<D>(light.dz)) /
+                d;
+            const D cp = LanesFrom<D>([&](int lane) {
+                return !(c[lane] > 0)     ? 0.0
+                       : light.power <= 1 ? c[lane]
+                                          : std::pow(c[lane], static_cast<double>(light.power));
+            });
+            const D attenuation =
+                Spread<D>(light.kc) + Spread<D>(light.kl) * d + Spread<D>(light.kq) * d * d;
             AddTerms(light, base,
                      intensity(
                          dp, [ cp, attenuation ](D value) __attribute__((always_inline)) {
@@ -496,11 +527,12 @@ void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
         term.colour[0] = colour >> 24;
         term.colour[1] = (colour >> 16) & 255;
         term.colour[2] = (colour >> 8) & 255;
-        for (int ch = 0; ch < 3; ++ch) term.channel[ch] = term.colour[ch] / 32768.0;
+        auto in4 = [](double x) { return LightValue{{x, x, x, x}}; };
+        for (int ch = 0; ch < 3; ++ch) term.channel[ch] = in4(term.colour[ch] / 32768.0);
         term.inRange = InNearRange(light.tpos.x, light.tpos.y, light.tpos.z);
-        term.px = light.tpos.x, term.py = light.tpos.y, term.pz = light.tpos.z;
-        term.dx = light.tdir.x, term.dy = light.tdir.y, term.dz = light.tdir.z;
-        term.kc = light.kc, term.kl = light.kl, term.kq = light.kq;
+        term.px = in4(light.tpos.x), term.py = in4(light.tpos.y), term.pz = in4(light.tpos.z);
+        term.dx = in4(light.tdir.x), term.dy = in4(light.tdir.y), term.dz = in4(light.tdir.z);
+        term.kc = in4(light.kc), term.kl = in4(light.kl), term.kq = in4(light.kq);
         term.power = RoundToInt64(light.pf);
         if (kind == kLightAmbient) {
             set->ambient[set->ambientCount++] = &term;
