@@ -13,6 +13,12 @@
 #define INVITRO_WIDE_TARGET __attribute__((target("avx2")))
 constexpr bool kLanesWideBuilt = true;
 constexpr bool kPlainLaneMultiply = false;  // SSE2 has no 32-bit lane multiply
+#elif defined(__wasm__)
+#define INVITRO_WIDE_TARGET
+constexpr bool kLanesWideBuilt = false;
+// SIMD128 has the multiply, but browsers run the lit pixel rule in lanes slower than the
+// scalar rule (measured in Chromium), so the build keeps the scalar rule there.
+constexpr bool kPlainLaneMultiply = false;
 #else
 #define INVITRO_WIDE_TARGET
 constexpr bool kLanesWideBuilt = false;
