@@ -289,7 +289,7 @@ static void LightLanes(const LightSet& set, const Chunk& chunk, LitVertices* v, 
             const Double2 sz = FloatRounded(pz - light.pz);
             const Double2 d = LightDistance(sx, sy, sz, inRange && light.inRange);
             const Double2 c = (sx * light.dx + sy * light.dy + sz * light.dz) / d;
-            Double2 cp;
+            Double2 cp = {0, 0};
             for (int lane = 0; lane < 2; ++lane) {
                 cp[lane] = !(c[lane] > 0)     ? 0.0
                            : light.power <= 1 ? c[lane]
