@@ -17,6 +17,7 @@
 #include "platform/frame_clock.h"
 #include "platform/keyboard.h"
 #include "platform/window.h"
+#include "raster/lanes.h"
 
 static uint32_t gMusicHandle;  // kept, never used again
 
@@ -52,6 +53,8 @@ int AppInit() {
     std::srand(FrameStartStamp());
     MathTablesInit();
     LookupTablesInit();
+    // The hot loops' form for this processor: the wide one where it has AVX2.
+    LanesChoose(1);
 
     DemoWorld* world = DemoWorldGet();
     CameraInit(&world->camera, 8, nullptr, nullptr, nullptr, 10.0f, 10000.0f, 80.0f, 640.0f,
@@ -62,6 +65,7 @@ int AppInit() {
     DemoLightsCreate(world->lights);
     ZBufferCreate(&world->zbuffer, 640, 480, kZBuffer32);
     DemoRenderContextInit(&world->context);
+    RenderFrameMemoryCommit(RenderListMain(), &world->zbuffer);
     FloatingPointSetup();
     // The frame's second thread starts now, with the floating-point settings just made
     // and before the first frame, which must allocate nothing but the font sprite.

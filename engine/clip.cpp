@@ -84,7 +84,10 @@ static int ClipNearFar(RasterTri* tri, float nearZ, float farZ, ClipCut* cut) {
         PlacePoint(&v[o], p1, textured);
         RecomputeNormalLength(tri);
         cut->vertex = o;
+        cut->state = tri->state;
         cut->x = p2.x, cut->y = p2.y, cut->z = p2.z, cut->u = p2.u, cut->v = p2.v;
+        cut->x1 = p1.x, cut->y1 = p1.y;
+        cut->x2 = v[i2].x, cut->y2 = v[i2].y;
         return 1;
     }
     return 0;
@@ -112,14 +115,16 @@ int32_t RenderListClipRange(RenderList* list, const Camera* cam, uint32_t flags,
 int ClipCutAppend(RenderList* list, const ClipCut& cut) {
     if (!list || cut.record < 0 || cut.record >= list->numPolys) return 0;
     RasterTri copy = *list->polyPointers[cut.record];
+    copy.state = cut.state;
     const bool textured = (copy.attr & kAttrTextured) != 0;
     Vertex3D* v = copy.tvlist;
-    const int o = cut.vertex, i1 = (o + 1) % 3;
+    const int o = cut.vertex, i1 = (o + 1) % 3, i2 = (o + 2) % 3;
     // The record holds P1 in place of O.
-    const NearPoint p1 = {v[o].x, v[o].y, v[o].z, v[o].u, v[o].v};
+    const NearPoint p1 = {cut.x1, cut.y1, v[o].z, v[o].u, v[o].v};
     const NearPoint p2 = {cut.x, cut.y, cut.z, cut.u, cut.v};
     PlacePoint(&v[o], p2, textured);
     PlacePoint(&v[i1], p1, textured);
+    v[i2].x = cut.x2, v[i2].y = cut.y2;
     RecomputeNormalLength(&copy);
     return RenderListInsertTri(list, &copy);
 }

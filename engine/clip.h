@@ -19,11 +19,17 @@ int RenderListClip(RenderList* list, const Camera* cam, uint32_t flags);
 // The second piece of a near-plane cut of record `record`: a copy of the record as it was
 // before the cut, with the near point (x, y, z, u, v) for vertex `vertex` and the record's
 // new vertex `vertex` for the next one. Passes over part of the list keep these and
-// append them afterwards, in order, as RenderListClip appends them at once.
+// append them afterwards, in order, as RenderListClip appends them at once. The camera-
+// space x and y that the piece takes from the record are kept too, with the record's
+// state, so that the record may go on to the screen before its piece is appended (the
+// other words the piece takes stay as they were, or are made afresh when it is lit).
 struct ClipCut {
     int32_t record;
     int32_t vertex;
-    float x, y, z, u, v;
+    uint32_t state;       // the record's, when it was cut
+    float x, y, z, u, v;  // the near point on the edge from `vertex` to the one before it
+    float x1, y1;         // the record's new vertex `vertex`
+    float x2, y2;         // the record's vertex before `vertex`
 };
 
 // The stage: RenderListClip over records [from, to), whose second pieces are not appended

@@ -3,9 +3,10 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "display/colour.h"
-#include "engine/lanes.h"
+#include "raster/lanes.h"
 
 static int32_t gLightsInUse;
 
@@ -73,7 +74,7 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select) {
     return 1;
 }
 
-// Lighting works on vector lanes (engine/lanes.h): every lane does exactly the operations,
+// Lighting works on vector lanes (raster/lanes.h): every lane does exactly the operations,
 // in the same order, that the rules ask for one vertex, so how vertices are grouped into
 // lanes changes no result.
 //
@@ -88,33 +89,78 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select) {
 
 // The same bits as another type of the same size.
 template <class To, class From>
-static inline To Bits(From x) {
+[[gnu::always_inline]] static inline To Bits(From x) {
     return __builtin_bit_cast(To, x);
 }
 
-// FastDistance of two vectors whose scaled coordinates lie below 2^40 (the caller
-// checks). Each step is then an exact double operation: rounding by adding and taking
-// away 1.5 * 2^52, and x >> k of a non-negative integer as x / 2^k rounded after taking
-// away (2^k - 1) / 2^(k+1), which never meets a tie.
-static inline Double2 FastDistance2(Double2 x, Double2 y, Double2 z) {
-    const Word2 noSign = {0x7FFFFFFFFFFFFFFFull, 0x7FFFFFFFFFFFFFFFull};
-    const Double2 sx = Bits<Double2>(Bits<Word2>(x) & noSign) * Splat(1024.0);
-    const Double2 sy = Bits<Double2>(Bits<Word2>(y) & noSign) * Splat(1024.0);
-    const Double2 sz = Bits<Double2>(Bits<Word2>(z) & noSign) * Splat(1024.0);
-    const Double2 shift = Splat(6755399441055744.0);
-    const Double2 rx = (sx + shift) - shift, ry = (sy + shift) - shift, rz = (sz + shift) - shift;
-    const Double2 low = rx < ry ? rx : ry, high = rx < ry ? ry : rx;
-    const Double2 a = low < rz ? low : rz;
-    const Double2 c = high < rz ? rz : high;
-    const Double2 b = rx + ry + rz - a - c;
-    const Double2 b5 = (b * Splat(1.0 / 32) - Splat(31.0 / 64) + shift) - shift;
-    const Double2 a2 = (a * Splat(1.0 / 4) - Splat(3.0 / 8) + shift) - shift;
-    const Double2 sum = c + Splat(11.0) * b5 + a2;
-    return (sum * Splat(1.0 / 1024) - Splat(1023.0 / 2048) + shift) - shift;
+// N doubles side by side (two in the plain form of the loops, four in the wide one), their
+// bits, and N floats.
+template <int N>
+struct Lanes;
+template <>
+struct Lanes<2> {
+    typedef double Doubles __attribute__((vector_size(16)));
+    typedef uint64_t Longs __attribute__((vector_size(16)));
+    typedef float Floats __attribute__((vector_size(8)));
+};
+template <>
+struct Lanes<4> {
+    typedef double Doubles __attribute__((vector_size(32)));
+    typedef uint64_t Longs __attribute__((vector_size(32)));
+    typedef float Floats __attribute__((vector_size(16)));
+};
+
+// The vector (f(0), f(1), ..., f(lanes - 1)).
+template <class V, class F, std::size_t... I>
+[[gnu::always_inline]] static inline V LanesFrom(F f, std::index_sequence<I...>) {
+    return V{f(static_cast<int>(I))...};
+}
+template <class V, class F>
+[[gnu::always_inline]] static inline V LanesFrom(F f) {
+    return LanesFrom<V>(f, std::make_index_sequence<sizeof(V) / 8>{});
+}
+
+// A light's value in the lanes of D.
+template <class D>
+[[gnu::always_inline]] static inline D Spread(const LightValue& value) {
+    D lanes;
+    std::memcpy(&lanes, value.lanes, sizeof lanes);
+    return lanes;
+}
+
+// Each lane rounded to float and back: a double sum or difference of two floats so rounded
+// is exactly the float operation.
+template <class D>
+[[gnu::always_inline]] static inline D FloatRound(D x) {
+    using F = typename Lanes<sizeof(D) / 8>::Floats;
+    return __builtin_convertvector(__builtin_convertvector(x, F), D);
+}
+
+// FastDistance of vectors whose scaled coordinates lie below 2^40 (the caller checks).
+// Each step is then an exact double operation: rounding by adding and taking away
+// 1.5 * 2^52, and x >> k of a non-negative integer as x / 2^k rounded after taking away
+// (2^k - 1) / 2^(k+1), which never meets a tie.
+template <class D>
+[[gnu::always_inline]] static inline D FastDistanceLanes(D x, D y, D z) {
+    using L = typename Lanes<sizeof(D) / 8>::Longs;
+    const L noSign = L{} + 0x7FFFFFFFFFFFFFFFull;
+    const D sx = Bits<D>(Bits<L>(x) & noSign) * 1024.0;
+    const D sy = Bits<D>(Bits<L>(y) & noSign) * 1024.0;
+    const D sz = Bits<D>(Bits<L>(z) & noSign) * 1024.0;
+    const D shift = D{} + 6755399441055744.0;
+    const D rx = (sx + shift) - shift, ry = (sy + shift) - shift, rz = (sz + shift) - shift;
+    const D low = rx < ry ? rx : ry, high = rx < ry ? ry : rx;
+    const D a = low < rz ? low : rz;
+    const D c = high < rz ? rz : high;
+    const D b = rx + ry + rz - a - c;
+    const D b5 = (b * (1.0 / 32) - 31.0 / 64 + shift) - shift;
+    const D a2 = (a * (1.0 / 4) - 3.0 / 8 + shift) - shift;
+    const D sum = c + 11.0 * b5 + a2;
+    return (sum * (1.0 / 1024) - 1023.0 / 2048 + shift) - shift;
 }
 
 // Positions below this in magnitude keep every light-to-vertex difference, scaled by
-// 1024, below 2^40, where FastDistance2 is exact.
+// 1024, below 2^40, where FastDistanceLanes is exact.
 constexpr double kNearRange = 536870912.0;  // 2^29
 
 static inline bool InNearRange(double x, double y, double z) {
@@ -122,11 +168,12 @@ static inline bool InNearRange(double x, double y, double z) {
 }
 
 // The FastDistance of (x, y, z) in each lane, through the integer routine when a position
-// lies out of the exact range of FastDistance2.
-static inline Double2 LightDistance(Double2 x, Double2 y, Double2 z, bool inRange) {
-    if (inRange) return FastDistance2(x, y, z);
-    Double2 d;
-    for (int lane = 0; lane < 2; ++lane) {
+// lies out of the exact range of FastDistanceLanes.
+template <class D>
+[[gnu::always_inline]] static inline D LightDistance(D x, D y, D z, bool inRange) {
+    if (inRange) return FastDistanceLanes(x, y, z);
+    D d;
+    for (unsigned lane = 0; lane < sizeof(D) / 8; ++lane) {
         d[lane] = FastDistance(static_cast<float>(x[lane]), static_cast<float>(y[lane]),
                                static_cast<float>(z[lane]));
     }
@@ -172,11 +219,12 @@ struct Chunk {
 // the cap; the infinite values of a zero distance or attenuation stay out of integers.
 constexpr double kIntensityCap = 255.0 * 32768.0;
 
-static inline Double2 Intensity(Double2 dp, Double2 intensity) {
-    const Double2 zero = Splat(0.0);
-    const Word2 counts = Bits<Word2>(dp > zero) & Bits<Word2>(intensity > zero);
-    const Double2 capped = intensity < Splat(kIntensityCap) ? intensity : Splat(kIntensityCap);
-    return Bits<Double2>(Bits<Word2>(capped) & counts);
+template <class D>
+[[gnu::always_inline]] static inline D Intensity(D dp, D intensity) {
+    using L = typename Lanes<sizeof(D) / 8>::Longs;
+    const L counts = Bits<L>(dp > 0.0) & Bits<L>(intensity > 0.0);
+    const D capped = intensity < kIntensityCap ? intensity : D{} + kIntensityCap;
+    return Bits<D>(Bits<L>(capped) & counts);
 }
 
 // A term t = (light channel * base channel) * intensity / 32768 lies in [0, 2^31); the
@@ -184,11 +232,12 @@ static inline Double2 Intensity(Double2 dp, Double2 intensity) {
 // integer (ties to even), so adding those bits adds the rounded term to the low 32 bits
 // of a sum, which are all that is read in the end. Terms are whole numbers, so the order
 // in which lights add them does not matter.
-static inline void AddTerms(const LightTerm& light, const Double2 base[3], Double2 intensity,
-                            Word2 sums[3]) {
-    const Double2 shift = Splat(6755399441055744.0);
+template <class D, class L>
+[[gnu::always_inline]] static inline void AddTerms(const LightTerm& light, const D base[3],
+                                                   D intensity, L sums[3]) {
     for (int ch = 0; ch < 3; ++ch)
-        sums[ch] += Bits<Word2>(light.channel[ch] * base[ch] * intensity + shift);
+        sums[ch] +=
+            Bits<L>(Spread<D>(light.channel[ch]) * base[ch] * intensity + 6755399441055744.0);
 }
 
 // Base colour channels of a 5.6.5 colour word.
@@ -212,106 +261,167 @@ static void BaseChannels(uint32_t c, uint32_t out[3]) {
     return ColourPacker(channel[0], channel[1], channel[2]);
 }
 
-// Each distant light's reach of every anchor, two anchors at a time.
-static void ReachesMake(const LightSet& set, Chunk* chunk) {
+// Each distant light's reach of every anchor, N anchors at a time.
+template <int N>
+[[gnu::always_inline]] static inline void ReachesMake(const LightSet& set, Chunk* chunk) {
+    using D = typename Lanes<N>::Doubles;
     for (int32_t k = 0; k < set.distantCount; ++k) {
         const LightTerm& light = *set.distant[k];
         const bool point = light.kind == kLightPoint;
-        for (int32_t a = 0; a < chunk->anchorCount; a += 2) {
-            const int32_t b = a + 1 < chunk->anchorCount ? a + 1 : a;
-            const Double2 lx = FloatRounded(light.px - Double2{chunk->x0[a], chunk->x0[b]});
-            const Double2 ly = FloatRounded(light.py - Double2{chunk->y0[a], chunk->y0[b]});
-            const Double2 lz = FloatRounded(light.pz - Double2{chunk->z0[a], chunk->z0[b]});
-            const Double2 d =
-                LightDistance(lx, ly, lz, light.inRange && chunk->inRange[a] && chunk->inRange[b]);
-            const Double2 divisor = light.kc + light.kl * d + light.kq * d * d;
-            const Double2 by = point ? divisor * d : divisor;
-            for (int lane = 0; lane < 2; ++lane) {
-                chunk->reach[k][lane ? b : a] = {point ? lx[lane] : light.dx[0],
-                                                 point ? ly[lane] : light.dy[0],
-                                                 point ? lz[lane] : light.dz[0], by[lane]};
+        for (int32_t a = 0; a < chunk->anchorCount; a += N) {
+            int32_t at[N];
+            bool inRange = light.inRange;
+            for (int lane = 0; lane < N; ++lane) {
+                at[lane] = a + lane < chunk->anchorCount ? a + lane : a;
+                inRange = inRange && chunk->inRange[at[lane]];
+            }
+            const D x0 = LanesFrom<D>([&](int lane) { return chunk->x0[at[lane]]; });
+            const D y0 = LanesFrom<D>([&](int lane) { return chunk->y0[at[lane]]; });
+            const D z0 = LanesFrom<D>([&](int lane) { return chunk->z0[at[lane]]; });
+            const D lx = FloatRound(Spread<D>(light.px) - x0),
+                    ly = FloatRound(Spread<D>(light.py) - y0);
+            const D lz = FloatRound(Spread<D>(light.pz) - z0);
+            const D d = LightDistance(lx, ly, lz, inRange);
+            const D divisor =
+                Spread<D>(light.kc) + Spread<D>(light.kl) * d + Spread<D>(light.kq) * d * d;
+            const D by = point ? divisor * d : divisor;
+            for (int lane = N - 1; lane >= 0; --lane) {
+                chunk->reach[k][at[lane]] = {point ? lx[lane] : light.dx.lanes[0],
+                                             point ? ly[lane] : light.dy.lanes[0],
+                                             point ? lz[lane] : light.dz.lanes[0], by[lane]};
             }
         }
     }
 }
 
-// The light equation for lit vertices i and j (j may be i) in the two lanes: the
+// The light equation for lit vertices at[0..N-1] (repeats allowed) in the N lanes: the
 // channel sums of every light, clamped and packed into their `lit` words. kFlat divides
 // every intensity by the normal length.
-template <bool kFlat>
-static void LightLanes(const LightSet& set, const Chunk& chunk, LitVertices* v, int32_t i,
-                       int32_t j) {
-    const Double2 nx = {v->nx[i], v->nx[j]}, ny = {v->ny[i], v->ny[j]}, nz = {v->nz[i], v->nz[j]};
-    const Double2 normalLength = {v->normalLength[i], v->normalLength[j]};
-    uint32_t bi[3], bj[3];
-    BaseChannels(v->colour[i], bi);
-    BaseChannels(v->colour[j], bj);
-    Double2 base[3];
-    Word2 sums[3];
+template <int N, bool kFlat>
+[[gnu::always_inline]] static inline void LightLanes(const LightSet& set, const Chunk& chunk,
+                                                     LitVertices* v, const int32_t at[N]) {
+    using D = typename Lanes<N>::Doubles;
+    using L = typename Lanes<N>::Longs;
+    const D nx = LanesFrom<D>([&](int lane) { return v->nx[at[lane]]; });
+    const D ny = LanesFrom<D>([&](int lane) { return v->ny[at[lane]]; });
+    const D nz = LanesFrom<D>([&](int lane) { return v->nz[at[lane]]; });
+    const D normalLength = LanesFrom<D>([&](int lane) { return v->normalLength[at[lane]]; });
+    uint32_t channels[N][3];
+    for (int lane = 0; lane < N; ++lane) BaseChannels(v->colour[at[lane]], channels[lane]);
+    D base[3];
+    L sums[3];
     for (int ch = 0; ch < 3; ++ch) {
-        base[ch] = Double2{double(bi[ch]), double(bj[ch])};
-        sums[ch] = Word2{0, 0};
-        for (int32_t k = 0; k < set.ambientCount; ++k) {
-            const uint32_t c = set.ambient[k]->colour[ch];
-            sums[ch] += Word2{(c * bi[ch]) >> 8, (c * bj[ch]) >> 8};
-        }
+        base[ch] = LanesFrom<D>([&](int lane) { return double(channels[lane][ch]); });
+        sums[ch] = LanesFrom<L>([&](int lane) {
+            uint64_t sum = 0;
+            for (int32_t k = 0; k < set.ambientCount; ++k)
+                sum += (set.ambient[k]->colour[ch] * channels[lane][ch]) >> 8;
+            return sum;
+        });
     }
     // 128 times the dot product of the normals with (x, y, z), divided as asked, then by
     // the normal length for flat shading.
-    auto intensity = [&](Double2 dp, auto divide) {
-        Double2 value = divide(Splat(128.0) * dp);
+    auto intensity = [&](D dp, auto divide) __attribute__((always_inline)) {
+        D value = divide(128.0 * dp);
         if constexpr (kFlat) value = value / normalLength;
         return Intensity(dp, value);
     };
     for (int32_t k = 0; k < set.infiniteCount; ++k) {
         const LightTerm& light = *set.infinite[k];
-        const Double2 dp = nx * light.dx + ny * light.dy + nz * light.dz;
+        const D dp = nx * Spread<D>(light.dx) + ny * Spread<D>(light.dy) + nz * Spread<D>(light.dz);
         // Its attenuation is 1, by which dividing changes nothing.
-        AddTerms(light, base, intensity(dp, [](Double2 x) { return x; }), sums);
+        AddTerms(light, base,
+                 intensity(
+                     dp, [](D x) __attribute__((always_inline)) { return x; }),
+                 sums);
     }
-    const int32_t ai = v->anchor[i], aj = v->anchor[j];
+    // Lanes of one anchor share its reaches.
+    const int32_t first = v->anchor[at[0]];
+    bool oneAnchor = true;
+    for (int lane = 1; lane < N; ++lane) oneAnchor = oneAnchor && v->anchor[at[lane]] == first;
     for (int32_t k = 0; k < set.distantCount; ++k) {
-        const Reach &ri = chunk.reach[k][ai], &rj = chunk.reach[k][aj];
-        const Double2 dp =
-            nx * Double2{ri.x, rj.x} + ny * Double2{ri.y, rj.y} + nz * Double2{ri.z, rj.z};
-        const Double2 by = {ri.by, rj.by};
-        AddTerms(*set.distant[k], base, intensity(dp, [by](Double2 x) { return x / by; }), sums);
+        D x, y, z, by;
+        if (oneAnchor) {
+            const Reach& r = chunk.reach[k][first];
+            x = D{} + r.x, y = D{} + r.y, z = D{} + r.z, by = D{} + r.by;
+        } else {
+            const Reach* r[N];
+            for (int lane = 0; lane < N; ++lane) r[lane] = &chunk.reach[k][v->anchor[at[lane]]];
+            x = LanesFrom<D>([&](int lane) { return r[lane]->x; });
+            y = LanesFrom<D>([&](int lane) { return r[lane]->y; });
+            z = LanesFrom<D>([&](int lane) { return r[lane]->z; });
+            by = LanesFrom<D>([&](int lane) { return r[lane]->by; });
+        }
+        const D dp = nx * x + ny * y + nz * z;
+        AddTerms(*set.distant[k], base,
+                 intensity(
+                     dp, [by](D value) __attribute__((always_inline)) { return value / by; }),
+                 sums);
     }
     if (set.coneCount) {
-        const Vertex3D &at = *v->source[i], &atj = *v->source[j];
-        const Double2 px = {at.x, atj.x}, py = {at.y, atj.y}, pz = {at.z, atj.z};
-        const bool inRange = InNearRange(px[0], py[0], pz[0]) && InNearRange(px[1], py[1], pz[1]);
+        D px, py, pz;
+        bool inRange = true;
+        for (int lane = 0; lane < N; ++lane) {
+            const Vertex3D& from = *v->source[at[lane]];
+            px[lane] = from.x, py[lane] = from.y, pz[lane] = from.z;
+            inRange = inRange && InNearRange(from.x, from.y, from.z);
+        }
         for (int32_t k = 0; k < set.coneCount; ++k) {
             const LightTerm& light = *set.cone[k];
-            const Double2 dp = nx * light.dx + ny * light.dy + nz * light.dz;
+            const D dp =
+                nx * Spread<D>(light.dx) + ny * Spread<D>(light.dy) + nz * Spread<D>(light.dz);
             // s = the vertex less the light, c its cosine to the light's direction.
-            const Double2 sx = FloatRounded(px - light.px), sy = FloatRounded(py - light.py);
-            const Double2 sz = FloatRounded(pz - light.pz);
-            const Double2 d = LightDistance(sx, sy, sz, inRange && light.inRange);
-            const Double2 c = (sx * light.dx + sy * light.dy + sz * light.dz) / d;
-            Double2 cp = {0, 0};
-            for (int lane = 0; lane < 2; ++lane) {
-                cp[lane] = !(c[lane] > 0)     ? 0.0
-                           : light.power <= 1 ? c[lane]
-                                              : std::pow(c[lane], static_cast<double>(light.power));
-            }
-            const Double2 attenuation = light.kc + light.kl * d + light.kq * d * d;
+            const D sx = FloatRound(px - Spread<D>(light.px)),
+                    sy = FloatRound(py - Spread<D>(light.py));
+            const D sz = FloatRound(pz - Spread<D>(light.pz));
+            const D d = LightDistance(sx, sy, sz, inRange && light.inRange);
+            const D c =
+                (sx * Spread<D>(light.dx) + sy * Spread<D>(light.dy) + sz * Spread<D>(light.dz)) /
+                d;
+            const D cp = LanesFrom<D>([&](int lane) {
+                return !(c[lane] > 0)     ? 0.0
+                       : light.power <= 1 ? c[lane]
+                                          : std::pow(c[lane], static_cast<double>(light.power));
+            });
+            const D attenuation =
+                Spread<D>(light.kc) + Spread<D>(light.kl) * d + Spread<D>(light.kq) * d * d;
             AddTerms(light, base,
-                     intensity(dp, [cp, attenuation](Double2 x) { return x * cp / attenuation; }),
+                     intensity(
+                         dp, [ cp, attenuation ](D value) __attribute__((always_inline)) {
+                             return value * cp / attenuation;
+                         }),
                      sums);
         }
     }
-    for (int lane = 0; lane < 2; ++lane) {
-        v->lit[lane ? j : i] =
+    for (int lane = N - 1; lane >= 0; --lane) {
+        v->lit[at[lane]] =
             PackSum(set, static_cast<uint32_t>(sums[0][lane]), static_cast<uint32_t>(sums[1][lane]),
                     static_cast<uint32_t>(sums[2][lane]));
     }
 }
 
-template <bool kFlat>
-static void LightAll(const LightSet& set, const Chunk& chunk, LitVertices* v) {
-    for (int32_t i = 0; i < v->count; i += 2)
-        LightLanes<kFlat>(set, chunk, v, i, i + 1 < v->count ? i + 1 : i);
+template <int N, bool kFlat>
+[[gnu::always_inline]] static inline void LightAll(const LightSet& set, const Chunk& chunk,
+                                                   LitVertices* v) {
+    for (int32_t i = 0; i < v->count; i += N) {
+        int32_t at[N];
+        for (int lane = 0; lane < N; ++lane) at[lane] = i + lane < v->count ? i + lane : i;
+        LightLanes<N, kFlat>(set, chunk, v, at);
+    }
+}
+
+// The light equation for a chunk's lit vertices, in each form of the lanes.
+template <int N>
+[[gnu::always_inline]] static inline void ChunkLight(const LightSet& set, Chunk* chunk) {
+    ReachesMake<N>(set, chunk);
+    LightAll<N, true>(set, *chunk, &chunk->flat);
+    LightAll<N, false>(set, *chunk, &chunk->gouraud);
+}
+static void ChunkLightPlain(const LightSet& set, Chunk* chunk) {
+    ChunkLight<2>(set, chunk);
+}
+INVITRO_WIDE_TARGET static void ChunkLightWide(const LightSet& set, Chunk* chunk) {
+    ChunkLight<4>(set, chunk);
 }
 
 // A new lit vertex of anchor `anchor` made from vertex `at` with normal n.
@@ -417,11 +527,12 @@ void LightSetMake(const Light* lights, int32_t count, LightSet* set) {
         term.colour[0] = colour >> 24;
         term.colour[1] = (colour >> 16) & 255;
         term.colour[2] = (colour >> 8) & 255;
-        for (int ch = 0; ch < 3; ++ch) term.channel[ch] = Splat(term.colour[ch] / 32768.0);
+        auto in4 = [](double x) { return LightValue{{x, x, x, x}}; };
+        for (int ch = 0; ch < 3; ++ch) term.channel[ch] = in4(term.colour[ch] / 32768.0);
         term.inRange = InNearRange(light.tpos.x, light.tpos.y, light.tpos.z);
-        term.px = Splat(light.tpos.x), term.py = Splat(light.tpos.y), term.pz = Splat(light.tpos.z);
-        term.dx = Splat(light.tdir.x), term.dy = Splat(light.tdir.y), term.dz = Splat(light.tdir.z);
-        term.kc = Splat(light.kc), term.kl = Splat(light.kl), term.kq = Splat(light.kq);
+        term.px = in4(light.tpos.x), term.py = in4(light.tpos.y), term.pz = in4(light.tpos.z);
+        term.dx = in4(light.tdir.x), term.dy = in4(light.tdir.y), term.dz = in4(light.tdir.z);
+        term.kc = in4(light.kc), term.kl = in4(light.kl), term.kq = in4(light.kq);
         term.power = RoundToInt64(light.pf);
         if (kind == kLightAmbient) {
             set->ambient[set->ambientCount++] = &term;
@@ -447,9 +558,11 @@ void LightRenderListRange(RenderList* list, const LightSet& set, int32_t from, i
     Chunk chunk;
     while (from < to) {
         from = ChunkCollect(list, from, to, &chunk);
-        ReachesMake(set, &chunk);
-        LightAll<true>(set, chunk, &chunk.flat);
-        LightAll<false>(set, chunk, &chunk.gouraud);
+        if (kLanesWideBuilt && LanesWideInUse()) {
+            ChunkLightWide(set, &chunk);
+        } else {
+            ChunkLightPlain(set, &chunk);
+        }
         for (int32_t r = 0; r < chunk.recordCount; ++r) {
             RasterTri* tri = chunk.record[r];
             if (tri->attr & kAttrShadeFlat) {

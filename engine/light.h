@@ -5,7 +5,6 @@
 #include "engine/camera.h"
 #include "engine/math3d.h"
 #include "engine/render_list.h"
-#include "raster/lanes.h"
 
 constexpr int32_t kMaxLights = 10;
 
@@ -60,14 +59,19 @@ int LightsTransform(Light* lights, int32_t count, const Mat4& m, int select);
 // first kMaxLights lights are looked at.
 int LightRenderList(RenderList* list, const Camera* cam, const Light* lights, int32_t count);
 
-// A switched-on light reduced to what the lighting loops need, in vector lanes.
+// A double in four lanes, so that the lighting loops load it at once whatever their width.
+struct alignas(32) LightValue {
+    double lanes[4];
+};
+
+// A switched-on light reduced to what the lighting loops need.
 struct LightTerm {
-    uint32_t kind;       // its first kind bit
-    uint32_t colour[3];  // red, green, blue: ambient colour for ambient lights, else diffuse
-    Double2 channel[3];  // the same as doubles in both lanes, times 2^-15
-    Double2 px, py, pz;  // camera-space position
-    Double2 dx, dy, dz;  // camera-space direction
-    Double2 kc, kl, kq;
+    uint32_t kind;          // its first kind bit
+    uint32_t colour[3];     // red, green, blue: ambient colour for ambient lights, else diffuse
+    LightValue channel[3];  // the same as doubles, times 2^-15
+    LightValue px, py, pz;  // camera-space position
+    LightValue dx, dy, dz;  // camera-space direction
+    LightValue kc, kl, kq;
     int64_t power;  // cone exponent
     bool inRange;   // position within the range where distances are worked out in lanes
 };

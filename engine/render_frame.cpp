@@ -1,10 +1,11 @@
 // The frame's passes over the render list, in blocks of records shared by two threads.
 //
-// A list pass goes over blocks of kBlock records, the even blocks to one thread and the
-// odd ones to the other in every pass and every frame, so that a record stays in one
-// thread's cache; a block goes kBatch records at a time through all of its pass's stages,
-// while they are in the cache. Each block keeps its results (near-plane cut pieces,
-// triangles prepared for drawing) in slots of its own, gathered in list order afterwards.
+// The inserted records go in blocks of kBlock, the even blocks to one thread and the odd
+// ones to the other, each block kBatch records at a time through every stage from back
+// faces to the render pass's choices while they are in the cache. Each block keeps its
+// results (near-plane cut pieces, triangles prepared for drawing) in slots of its own,
+// gathered in list order afterwards; the cut pieces, appended after the inserted records,
+// then go through the stages from lighting on.
 // The render pass is drawn in two bands of rows, one a thread, whose border follows the
 // threads' times. Every record and every pixel is worked on by one thread, with the
 // operations of one thread, so one thread or two give the same frame.
@@ -31,11 +32,14 @@ struct Frame {
     LightSet lights;  // made after the lights are moved to camera space
     ZBuffer* zbuffer;
     uint32_t depthClear;
-    int32_t blockCount;  // blocks of the pass under way
+    int32_t blockCount;  // blocks of the inserted records
+    int32_t inserted;    // records before the cut pieces
+    int32_t pieceDraws;  // the pieces' triangles prepared, at gDraws + inserted
 };
 Frame gFrame;
 
-// Block b keeps its results at b * kBlock in these tables.
+// Block b keeps its results at b * kBlock in these tables, the pieces' draws follow the
+// inserted records' (a record's results never lie beyond its own index).
 ClipCut gCuts[kRenderListCapacity];      // second pieces of near-plane cuts
 RenderDraw gDraws[kRenderListCapacity];  // triangles prepared for the render pass
 int32_t gCutCount[kBlocks];
@@ -55,49 +59,34 @@ Share gShares[2] = {{0, {}, 0, 0, 0}, {1, {}, 0, 0, 0}};
 // The first row of the worker's band, moved each frame towards equal render times.
 int32_t gSplitRow = 300;
 
-// Does job(from, to, b) for each block b of the thread's share.
-template <class Job>
-void BlocksTake(const void* share, const Job& job) {
-    const int32_t count = gFrame.context.list->numPolys;
-    for (int32_t b = static_cast<const Share*>(share)->firstBlock; b < gFrame.blockCount;
-         b += gThreads) {
-        const int32_t from = b * kBlock;
-        job(from, count - from > kBlock ? from + kBlock : count, b);
+// The stages from lighting on, for records [a, e); returns the triangles prepared.
+int32_t ScreenStages(int32_t a, int32_t e, RenderDraw* draws) {
+    RenderList* list = gFrame.context.list;
+    LightRenderListRange(list, gFrame.lights, a, e);
+    RenderListCameraToPerspectiveRange(list, gFrame.cam, a, e);
+    RenderListPerspectiveToScreenRange(list, gFrame.cam, a, e);
+    return RenderDrawsPrepare(&gFrame.context, a, e, draws);
+}
+
+// Every stage, kBatch records at a time, for the blocks of the thread's share.
+void ListPass(void* arg) {
+    const Share* share = static_cast<const Share*>(arg);
+    RenderList* list = gFrame.context.list;
+    const Camera* cam = gFrame.cam;
+    const int32_t count = list->numPolys;
+    for (int32_t b = share->firstBlock; b < gFrame.blockCount; b += gThreads) {
+        const int32_t from = b * kBlock, to = count - from > kBlock ? from + kBlock : count;
+        int32_t cuts = 0, draws = 0;
+        for (int32_t a = from; a < to; a += kBatch) {
+            const int32_t e = to - a > kBatch ? a + kBatch : to;
+            RenderListRemoveBackfacesRange(list, cam, a, e);
+            RenderListWorldToCameraRange(list, cam, a, e);
+            cuts += RenderListClipRange(list, cam, kClipFlags, a, e, gCuts + from + cuts);
+            draws += ScreenStages(a, e, gDraws + from + draws);
+        }
+        gCutCount[b] = cuts;
+        gDrawCount[b] = draws;
     }
-}
-
-// A list pass over the thread's blocks: made = stages(a, e, out) for each batch [a, e)
-// of kBatch records, with out where the batch's results go in the block's slots of
-// `results`; the block's count of results goes to counts[b].
-template <class Result, class Stages>
-void BlocksPass(const void* share, Result* results, int32_t* counts, const Stages& stages) {
-    BlocksTake(share, [&](int32_t from, int32_t to, int32_t b) {
-        int32_t made = 0;
-        for (int32_t a = from; a < to; a += kBatch)
-            made += stages(a, to - a > kBatch ? a + kBatch : to, results + from + made);
-        counts[b] = made;
-    });
-}
-
-// Back faces, world to camera and clipping.
-void CameraPass(void* share) {
-    BlocksPass(share, gCuts, gCutCount, [](int32_t a, int32_t e, ClipCut* cuts) {
-        RenderList* list = gFrame.context.list;
-        RenderListRemoveBackfacesRange(list, gFrame.cam, a, e);
-        RenderListWorldToCameraRange(list, gFrame.cam, a, e);
-        return RenderListClipRange(list, gFrame.cam, kClipFlags, a, e, cuts);
-    });
-}
-
-// Lighting, perspective, screen mapping and the render pass's choices.
-void ScreenPass(void* share) {
-    BlocksPass(share, gDraws, gDrawCount, [](int32_t a, int32_t e, RenderDraw* draws) {
-        RenderList* list = gFrame.context.list;
-        LightRenderListRange(list, gFrame.lights, a, e);
-        RenderListCameraToPerspectiveRange(list, gFrame.cam, a, e);
-        RenderListPerspectiveToScreenRange(list, gFrame.cam, a, e);
-        return RenderDrawsPrepare(&gFrame.context, a, e, draws);
-    });
 }
 
 // The depth clear and the drawing of one band: every prepared triangle, in list order,
@@ -108,6 +97,7 @@ void DrawPass(void* arg) {
     ZBufferClearRows(gFrame.zbuffer, gFrame.depthClear, share->depthFirst, share->depthEnd);
     for (int32_t b = 0; b < gFrame.blockCount; ++b)
         RenderDrawsRun(&gFrame.context, gDraws + b * kBlock, gDrawCount[b], share->clip);
+    RenderDrawsRun(&gFrame.context, gDraws + gFrame.inserted, gFrame.pieceDraws, share->clip);
     share->renderMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
@@ -121,12 +111,6 @@ void BothThreads(void (*job)(void*)) {
     } else {
         job(&gShares[0]);
     }
-}
-
-// A list pass over every block of the list as it is now.
-void BlocksRun(void (*job)(void*)) {
-    gFrame.blockCount = (gFrame.context.list->numPolys + kBlock - 1) / kBlock;
-    BothThreads(job);
 }
 
 // The two bands: rows above gSplitRow to this thread, the rest to the worker; the depth
@@ -155,6 +139,20 @@ void RenderFrameThreadsSet(int threads) {
     gThreads = threads >= 2 && WorkerStart() ? 2 : 1;
 }
 
+// Rewrites one byte of every page of [data, data + bytes) with itself.
+static void PagesCommit(void* data, size_t bytes) {
+    volatile unsigned char* p = static_cast<unsigned char*>(data);
+    for (size_t at = 0; at < bytes; at += 4096) p[at] = p[at];
+    if (bytes) p[bytes - 1] = p[bytes - 1];
+}
+
+void RenderFrameMemoryCommit(RenderList* list, ZBuffer* zbuffer) {
+    if (list) PagesCommit(list, sizeof *list);
+    if (zbuffer && zbuffer->buffer) PagesCommit(zbuffer->buffer, zbuffer->sizeWords * 4u);
+    PagesCommit(gCuts, sizeof gCuts);
+    PagesCommit(gDraws, sizeof gDraws);
+}
+
 int RenderFrameThreads() {
     return gThreads;
 }
@@ -168,16 +166,18 @@ int RenderFrame(const RenderContext* context, const Camera* cam, Light* lights, 
     gFrame.depthClear = depthClear;
     RenderList* list = context->list;
 
-    BlocksRun(CameraPass);
-    // The cut pieces are appended in the order of their records.
-    for (int32_t b = 0; b < gFrame.blockCount; ++b) {
-        for (int32_t i = 0; i < gCutCount[b]; ++i) ClipCutAppend(list, gCuts[b * kBlock + i]);
-    }
     // The lights' world positions move every frame, so their camera-space copies are
     // made afresh from them.
     LightsTransform(lights, lightCount, cam->mcam, kLightsTransformToTrans);
     LightSetMake(lights, lightCount, &gFrame.lights);
-    BlocksRun(ScreenPass);
+    const int32_t inserted = gFrame.inserted = list->numPolys;
+    gFrame.blockCount = (inserted + kBlock - 1) / kBlock;
+    BothThreads(ListPass);
+    // The cut pieces, appended in the order of their records, and taken to the screen.
+    for (int32_t b = 0; b < gFrame.blockCount; ++b) {
+        for (int32_t i = 0; i < gCutCount[b]; ++i) ClipCutAppend(list, gCuts[b * kBlock + i]);
+    }
+    gFrame.pieceDraws = ScreenStages(inserted, list->numPolys, gDraws + inserted);
 
     SurfaceLock();
     RenderContext& target = gFrame.context;

@@ -14,6 +14,11 @@
 void RenderFrameThreadsSet(int threads);
 int RenderFrameThreads();
 
+// Called once at start-up: has the operating system back every page of the render list,
+// the depth buffer and the frame's own tables now, contents unchanged, so that the first
+// frame does not stop on thousands of first touches.
+void RenderFrameMemoryCommit(RenderList* list, ZBuffer* zbuffer);
+
 // Called once a frame, after the scene's objects were inserted into context->list. On the
 // whole list: remove back faces (writing the inserted records), world to camera, clip
 // against every plane, move the lights to camera space (LightsTransform), light,

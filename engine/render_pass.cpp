@@ -169,12 +169,13 @@ void RenderDrawsRun(const RenderContext* context, const RenderDraw* draws, int32
     // most are when the rectangle is one band of two.
     const float above = static_cast<float>(clip.minY - 1),
                 below = static_cast<float>(clip.maxY + 1);
+    const FillerAnyFn* fill = FillerDraws();
     for (int32_t k = 0; k < count; ++k) {
         const RenderDraw& draw = draws[k];
         const float* y = draw.tri.y;
         if (clip.minY > 0 && y[0] < above && y[1] < above && y[2] < above) continue;
         if (y[0] > below && y[1] > below && y[2] > below) continue;
-        FillerMembers[draw.member - 1].draw(draw.tri, context->frame, context->framePitch,
-                                            context->depth, context->depthPitch, draw.level, clip);
+        fill[draw.member - 1](draw.tri, context->frame, context->framePitch, context->depth,
+                              context->depthPitch, draw.level, clip);
     }
 }

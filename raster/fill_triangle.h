@@ -3,6 +3,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -112,12 +113,13 @@ template <class M>
 
 // Texel coordinate with 6 fraction bits at a span end of the per-span perspective members.
 // The product is formed in 64 bits, so near triangles do not wrap.
-inline int32_t PerspSpanEnd(int32_t uw, int32_t w) {
+[[gnu::always_inline]] inline int32_t PerspSpanEnd(int32_t uw, int32_t w) {
     return static_cast<int32_t>(static_cast<int64_t>(uw) * 64 / (w >> 6));
 }
 
 template <class M>
-inline uint32_t TexelFetch(const FillContext& c, int32_t u, int32_t v, int32_t w) {
+[[gnu::always_inline]] inline uint32_t TexelFetch(const FillContext& c, int32_t u, int32_t v,
+                                                  int32_t w) {
     if constexpr (M::kCoords == FillerCoords::kPerspPixel) {
         // Whole texel coordinates from two divisions; 64-bit products as at the span ends.
         const int32_t col = static_cast<int32_t>(static_cast<int64_t>(u) * 64 / w);
@@ -130,7 +132,7 @@ inline uint32_t TexelFetch(const FillContext& c, int32_t u, int32_t v, int32_t w
     }
 }
 
-inline uint32_t BilinearFetch(const FillContext& c, int32_t u, int32_t v) {
+[[gnu::always_inline]] inline uint32_t BilinearFetch(const FillContext& c, int32_t u, int32_t v) {
     const int32_t c0 = u >> 16, r0 = v >> 16;
     const int32_t c1 = c0 + 1 < c.lastTexel ? c0 + 1 : c.lastTexel;
     const int32_t r1 = r0 + 1 < c.lastTexel ? r0 + 1 : c.lastTexel;  // square textures
@@ -153,8 +155,8 @@ inline uint32_t BilinearFetch(const FillContext& c, int32_t u, int32_t v) {
 
 // The colour a pixel gets before blending.
 template <class M>
-inline uint32_t PixelColour(const FillContext& c, int32_t u, int32_t v, int32_t w, uint32_t r,
-                            uint32_t g, uint32_t b) {
+[[gnu::always_inline]] inline uint32_t PixelColour(const FillContext& c, int32_t u, int32_t v,
+                                                   int32_t w, uint32_t r, uint32_t g, uint32_t b) {
     if constexpr (M::kShade == FillerShade::kFlat) {
         return c.flat;
     } else if constexpr (M::kShade == FillerShade::kGouraud) {
@@ -175,10 +177,188 @@ inline uint32_t PixelColour(const FillContext& c, int32_t u, int32_t v, int32_t 
     }
 }
 
+// The pixel rules in vector lanes, W neighbouring pixels at a time, for the members whose
+// rules need no table or division per pixel: each lane does the operations of the scalar
+// rule for its pixel, in 32-bit lanes that wrap as the scalar ones do, so the pixels are
+// the same. Lanes past the span's end are never formed.
+// Texels times lit colours need a 32-bit lane multiply, which lanes without one would only
+// build from narrower steps at more cost than the scalar rule.
+template <class M, class L>
+constexpr bool kLaned =
+    !M::kBlend && M::kShade != FillerShade::kBilinear &&
+    (M::kCoords == FillerCoords::kAffine || M::kCoords == FillerCoords::kNone) &&
+    (M::kHasDepth || M::kShade != FillerShade::kFlat) && L::kLanes &&
+    (L::kMultiply || (M::kShade != FillerShade::kLit && M::kShade != FillerShade::kTint));
+
+typedef uint32_t U32x4 __attribute__((vector_size(16)));
+typedef uint32_t U32x8 __attribute__((vector_size(32)));
+typedef uint16_t U16x4 __attribute__((vector_size(8)));
+typedef uint16_t U16x8 __attribute__((vector_size(16)));
+
+template <int W>
+struct LaneTypesOf;
+template <>
+struct LaneTypesOf<4> {
+    using Words = U32x4;
+    using Signed = Int4;
+    using Pixels = U16x4;
+};
+template <>
+struct LaneTypesOf<8> {
+    using Words = U32x8;
+    using Signed = Int8;
+    using Pixels = U16x8;
+};
+
+// The walked values of W neighbouring pixels.
+template <int W>
+struct PixelLanes {
+    using Words = typename LaneTypesOf<W>::Words;
+    Words z, u, v, r, g, b;
+};
+
+template <class V>
+[[gnu::always_inline]] inline bool AnyLane(const V& mask) {
+    uint64_t words[sizeof(V) / 8];
+    std::memcpy(words, &mask, sizeof mask);
+    uint64_t any = 0;
+    for (uint64_t w : words) any |= w;
+    return any != 0;
+}
+
+// The colours of W pixels before blending.
+template <class M, int W>
+[[gnu::always_inline]] inline typename LaneTypesOf<W>::Words ColourLanes(const FillContext& c,
+                                                                         const PixelLanes<W>& a) {
+    using Words = typename LaneTypesOf<W>::Words;
+    using Signed = typename LaneTypesOf<W>::Signed;
+    if constexpr (M::kShade == FillerShade::kFlat) {
+        return Words{} + c.flat;
+    } else if constexpr (M::kShade == FillerShade::kGouraud) {
+        return ((a.r >> 19) << 11) + ((a.g >> 18) << 5) + (a.b >> 19);
+    } else {
+        const Signed index = (reinterpret_cast<Signed>(a.u) >> 16) +
+                             ((reinterpret_cast<Signed>(a.v) >> 16) << c.shift);
+        Words t;
+        for (int k = 0; k < W; ++k) t[k] = c.texels[index[k]];
+        if constexpr (M::kShade == FillerShade::kTextured) {
+            return t;
+        } else if constexpr (M::kShade == FillerShade::kTint) {
+            return ((((t >> 11) * c.tintR) >> 5) << 11) |
+                   (((((t >> 5) & 63) * c.tintG) >> 6) << 5) | (((t & 31) * c.tintB) >> 5);
+        } else {
+            return ((((t >> 11) * a.r) >> 24) << 11) | (((((t >> 5) & 63) * a.g) >> 24) << 5) |
+                   (((t & 31) * a.b) >> 24);
+        }
+    }
+}
+
+// Pixels x..x+W-1 of a row, with the depth test and writes of the member.
+template <class M, int W>
+[[gnu::always_inline]] inline void LanesDraw(const FillContext& c, uint16_t* row, uint32_t* zrow,
+                                             int32_t x, const PixelLanes<W>& a) {
+    using Words = typename LaneTypesOf<W>::Words;
+    using Pixels = typename LaneTypesOf<W>::Pixels;
+    Words stored = {}, pass = Words{} - 1;
+    if constexpr (M::kDepth == FillerDepth::kLess || M::kDepth == FillerDepth::kGreater) {
+        std::memcpy(&stored, zrow + x, sizeof stored);
+        pass =
+            reinterpret_cast<Words>(M::kDepth == FillerDepth::kLess ? a.z < stored : a.z > stored);
+        if (!AnyLane(pass)) return;
+    }
+    Pixels colour = __builtin_convertvector(ColourLanes<M, W>(c, a), Pixels);
+    if constexpr (M::kDepth == FillerDepth::kLess || M::kDepth == FillerDepth::kGreater) {
+        Pixels old;
+        std::memcpy(&old, row + x, sizeof old);
+        const Pixels keep = __builtin_convertvector(pass, Pixels);
+        colour = (colour & keep) | (old & ~keep);
+        stored = (a.z & pass) | (stored & ~pass);
+    } else {
+        stored = a.z;
+    }
+    std::memcpy(row + x, &colour, sizeof colour);
+    if constexpr (M::kHasDepth) std::memcpy(zrow + x, &stored, sizeof stored);
+}
+
+// Lane k's share of (0, 1, ..., W - 1) in bit `bit`: all ones where k has it.
+template <int W>
+constexpr typename LaneTypesOf<W>::Words RampBit(int bit) {
+    return LanesMake<typename LaneTypesOf<W>::Words>(
+        [bit](int k) { return (k >> bit) & 1 ? ~0u : 0u; });
+}
+
+// (0, s, 2 s, ..., (W - 1) s) in wrapping 32-bit lanes: a lane multiply where the lanes
+// have one, else shifts and masks.
+template <class L, int W>
+[[gnu::always_inline]] inline typename LaneTypesOf<W>::Words Ramp(uint32_t s) {
+    using Words = typename LaneTypesOf<W>::Words;
+    if constexpr (L::kMultiply) {
+        constexpr Words k = LanesMake<Words>([](int lane) { return static_cast<uint32_t>(lane); });
+        return k * s;
+    } else {
+        constexpr Words bit0 = RampBit<W>(0), bit1 = RampBit<W>(1), bit2 = RampBit<W>(2);
+        Words ramp = (Words{} + s) & bit0;
+        if constexpr (W > 2) ramp += (Words{} + (s << 1)) & bit1;
+        if constexpr (W > 4) ramp += (Words{} + (s << 2)) & bit2;
+        return ramp;
+    }
+}
+
+// The low four lanes of eight.
+[[gnu::always_inline]] inline PixelLanes<4> LowHalf(const PixelLanes<8>& a) {
+    auto low = [](const U32x8& w) __attribute__((always_inline)) {
+        return U32x4{w[0], w[1], w[2], w[3]};
+    };
+    return {low(a.z), low(a.u), low(a.v), low(a.r), low(a.g), low(a.b)};
+}
+
+// Draws W pixels at a time while W remain, then, with eight lanes, four more if four
+// remain, from the scalar values of the first pixel (moved on past the pixels drawn);
+// returns the next column. Spans of fewer than four pixels are left to the scalar rules.
+template <class M, class L, int W>
+[[gnu::always_inline]] inline int32_t LanesRun(const FillContext& c, uint16_t* row, uint32_t* zrow,
+                                               int32_t x, int32_t end, uint32_t at[6],
+                                               const uint32_t step[6]) {
+    using Words = typename LaneTypesOf<W>::Words;
+    if (end - x < 4) return x;
+    // Only the values the member walks; the others stay 0.
+    constexpr bool walks[6] = {M::Walks(kZ), M::Walks(kU), M::Walks(kV),
+                               M::Walks(kR), M::Walks(kG), M::Walks(kB)};
+    auto start = [&](int i) __attribute__((always_inline)) {
+        return walks[i] ? at[i] + Ramp<L, W>(step[i]) : Words{};
+    };
+    PixelLanes<W> a = {start(0), start(1), start(2), start(3), start(4), start(5)};
+    if (end - x >= W) {
+        auto by = [&](int i) __attribute__((always_inline)) {
+            return Words{} + (walks[i] ? step[i] * static_cast<uint32_t>(W) : 0u);
+        };
+        const PixelLanes<W> d = {by(0), by(1), by(2), by(3), by(4), by(5)};
+        do {
+            LanesDraw<M, W>(c, row, zrow, x, a);
+            x += W;
+            if constexpr (M::Walks(kZ)) a.z += d.z;
+            if constexpr (M::kTextured) a.u += d.u, a.v += d.v;
+            if constexpr (M::kRgb) a.r += d.r, a.g += d.g, a.b += d.b;
+        } while (end - x >= W);
+    }
+    int next = 0;  // the lane of the next pixel
+    if constexpr (W == 8) {
+        if (end - x >= 4) {
+            LanesDraw<M, 4>(c, row, zrow, x, LowHalf(a));
+            x += 4;
+            next = 4;
+        }
+    }
+    at[0] = a.z[next], at[1] = a.u[next], at[2] = a.v[next];
+    at[3] = a.r[next], at[4] = a.g[next], at[5] = a.b[next];
+    return x;
+}
+
 // Draws columns x..end-1 of one row with the attributes starting at `val`.
-template <class M>
-inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int32_t x, int32_t end,
-                       const typename M::Lanes& val, const typename M::Lanes& step) {
+template <class M, class L>
+[[gnu::always_inline]] inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow,
+                                              int32_t x, int32_t end, const typename M::Lanes& val,
+                                              const typename M::Lanes& step) {
     if constexpr (M::kShade == FillerShade::kFlat && !M::kHasDepth && !M::kBlend) {
         // Spans of six or more pixels five at a time, the rest singly.
         uint16_t* p = row + x;
@@ -203,14 +383,31 @@ inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int3
             g = static_cast<uint32_t>(val[kG]), dg = static_cast<uint32_t>(step[kG]);
             b = static_cast<uint32_t>(val[kB]), db = static_cast<uint32_t>(step[kB]);
         }
-        auto put = [&](int32_t column) {
+        if constexpr (kLaned<M, L>) {
+            uint32_t at[6] = {static_cast<uint32_t>(z),
+                              static_cast<uint32_t>(u),
+                              static_cast<uint32_t>(v),
+                              r,
+                              g,
+                              b};
+            const uint32_t by[6] = {static_cast<uint32_t>(dz),
+                                    static_cast<uint32_t>(du),
+                                    static_cast<uint32_t>(dv),
+                                    dr,
+                                    dg,
+                                    db};
+            x = LanesRun < M, L, L::kWide ? 8 : 4 > (c, row, zrow, x, end, at, by);
+            z = static_cast<int32_t>(at[0]), u = static_cast<int32_t>(at[1]);
+            v = static_cast<int32_t>(at[2]), r = at[3], g = at[4], b = at[5];
+        }
+        auto put = [&](int32_t column) __attribute__((always_inline)) {
             uint32_t s = PixelColour<M>(c, u, v, z, r, g, b);
             if constexpr (M::kBlend) {
                 s = static_cast<uint16_t>(c.blendSource[s] + c.blendDest[row[column]]);
             }
             row[column] = static_cast<uint16_t>(s);
         };
-        auto pixel = [&](int32_t column) {
+        auto pixel = [&](int32_t column) __attribute__((always_inline)) {
             if constexpr (M::kDepth == FillerDepth::kLess) {
                 if (static_cast<uint32_t>(z) < zrow[column]) {
                     zrow[column] = static_cast<uint32_t>(z);
@@ -248,9 +445,10 @@ inline void PixelsDraw(const FillContext& c, uint16_t* row, uint32_t* zrow, int3
 }
 
 // One row: span ends rounded half up, per-row gradients, clipping against minX / maxX.
-template <class M>
-inline void SpanDraw(const FillContext& c, const Edge<M>& l, const Edge<M>& r, uint16_t* row,
-                     uint32_t* zrow, int clipped) {
+template <class M, class L>
+[[gnu::always_inline]] inline void SpanDraw(const FillContext& c, const Edge<M>& l,
+                                            const Edge<M>& r, uint16_t* row, uint32_t* zrow,
+                                            int clipped) {
     int32_t left = (l.at[kX] + 0x8000) >> 16;
     const int32_t right = (r.at[kX] + 0x8000) >> 16;
     if (left >= right) return;
@@ -277,12 +475,13 @@ inline void SpanDraw(const FillContext& c, const Edge<M>& l, const Edge<M>& r, u
             left = c.clip.minX;
         }
     }
-    PixelsDraw<M>(c, row, zrow, left, end, val, step);
+    PixelsDraw<M, L>(c, row, zrow, left, end, val, step);
 }
 
 // Per-vertex lanes as the member walks them: x, then depth (or W), u, v, r, g, b.
 template <class M>
-inline void VertexLanes(const RasterDraw& tri, const TriSetup& s, typename M::Lanes* lanes) {
+[[gnu::always_inline]] inline void VertexLanes(const RasterDraw& tri, const TriSetup& s,
+                                               typename M::Lanes* lanes) {
     for (const TriSetupVertex& sv : s.v) {
         const int i = sv.index;
         typename M::Lanes& a = lanes[i];
@@ -309,9 +508,11 @@ inline void VertexLanes(const RasterDraw& tri, const TriSetup& s, typename M::La
     }
 }
 
-template <class M>
-void FillTriangle(const RasterDraw& tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
-                  int32_t depthPitch, int32_t level, const ClipRectangle& clip) {
+template <class M, class L>
+[[gnu::always_inline]] inline void FillTriangle(const RasterDraw& tri, uint16_t* frame,
+                                                int32_t framePitch, uint32_t* depth,
+                                                int32_t depthPitch, int32_t level,
+                                                const ClipRectangle& clip) {
     TriSetup s;
     if (!TriSetupPrepare(tri, clip, &s)) return;
     FillContext c = {};
@@ -360,7 +561,7 @@ void FillTriangle(const RasterDraw& tri, uint16_t* frame, int32_t framePitch, ui
     const int general = s.shape == TriShape::kGeneral;
     const int32_t yMid = v[1].y;
     // The lower short edge from the middle vertex, `steps` rows on, in place of the upper.
-    auto lowerShortEdge = [&](int32_t steps) {
+    auto lowerShortEdge = [&](int32_t steps) __attribute__((always_inline)) {
         Edge<M> lower = EdgeStart<M>(v[1], v[2], lanes);
         EdgeAdvance<M>(&lower, steps);
         (shortLeft ? l : r) = lower;
@@ -385,9 +586,9 @@ void FillTriangle(const RasterDraw& tri, uint16_t* frame, int32_t framePitch, ui
         zrow = depth + static_cast<intptr_t>(y) * zStride;
     }
     const int clipped = !s.allInsideX;
-    auto rows = [&](int32_t until) {
+    auto rows = [&](int32_t until) __attribute__((always_inline)) {
         for (; y < until; ++y) {
-            SpanDraw<M>(c, l, r, row, zrow, clipped);
+            SpanDraw<M, L>(c, l, r, row, zrow, clipped);
             EdgeStep<M>(&l);
             EdgeStep<M>(&r);
             row += rowStride;
@@ -413,7 +614,20 @@ void FillRecord(RasterTri* tri, uint16_t* frame, int32_t framePitch, uint32_t* d
         v.x = TriSetupSnap(v.x);
         v.y = TriSetupSnap(v.y);
     }
-    FillTriangle<M>(draw, frame, framePitch, depth, depthPitch, level, gClipRectangle);
+    FillTriangle<M, LanesPlain>(draw, frame, framePitch, depth, depthPitch, level, gClipRectangle);
+}
+
+// A member's draw form, built for the plain lanes and, where there are wide ones, for those.
+template <class M>
+void FillPlain(const RasterDraw& tri, uint16_t* frame, int32_t framePitch, uint32_t* depth,
+               int32_t depthPitch, int32_t level, const ClipRectangle& clip) {
+    FillTriangle<M, LanesPlain>(tri, frame, framePitch, depth, depthPitch, level, clip);
+}
+template <class M>
+INVITRO_WIDE_TARGET void FillWide(const RasterDraw& tri, uint16_t* frame, int32_t framePitch,
+                                  uint32_t* depth, int32_t depthPitch, int32_t level,
+                                  const ClipRectangle& clip) {
+    FillTriangle<M, LanesWide>(tri, frame, framePitch, depth, depthPitch, level, clip);
 }
 
 }  // namespace raster_detail

@@ -88,6 +88,11 @@ constexpr int32_t kFillerCount = 44;
 // Member n is FillerMembers[n - 1].
 extern const FillerMember FillerMembers[kFillerCount];
 
+// The members' draw forms as the render pass runs them, by member number - 1: FillerMembers'
+// own, or the same members built for the wide lanes while those are in use
+// (raster/lanes.h). Each gives the same pixels as the other.
+const FillerAnyFn* FillerDraws();
+
 // The members by number. Depth: (none), Less, Greater, Write. Blend: Blend suffix.
 void FillTexturedLess(RasterTri*, uint16_t*, int32_t, uint32_t*, int32_t);                   // 1
 void FillBilinearLess(RasterTri*, uint16_t*, int32_t, uint32_t*, int32_t);                   // 2

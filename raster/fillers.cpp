@@ -1,57 +1,58 @@
 // The 44 members of the filler family: one instantiation of the filler template each,
 // and the table that lists them with their build-time choices.
-#include "raster/fill_triangle.h"
 #include "raster/filler.h"
 
-using namespace raster_detail;
-using D = FillerDepth;
-using S = FillerShade;
-using C = FillerCoords;
+#include <utility>
 
-using M1 = Member<D::kLess, S::kTextured, C::kAffine, false>;
-using M2 = Member<D::kLess, S::kBilinear, C::kAffine, false>;
-using M3 = Member<D::kLess, S::kTint, C::kAffine, false>;
-using M4 = Member<D::kLess, S::kLit, C::kAffine, false>;
-using M5 = Member<D::kLess, S::kGouraud, C::kNone, false>;
-using M6 = Member<D::kNone, S::kFlat, C::kNone, false>;
-using M7 = Member<D::kNone, S::kTextured, C::kAffine, false>;
-using M8 = Member<D::kNone, S::kBilinear, C::kAffine, false>;
-using M9 = Member<D::kNone, S::kTint, C::kAffine, false>;
-using M10 = Member<D::kNone, S::kLit, C::kAffine, false>;
-using M11 = Member<D::kNone, S::kGouraud, C::kNone, false>;
-using M12 = Member<D::kNone, S::kFlat, C::kNone, true>;
-using M13 = Member<D::kNone, S::kTextured, C::kAffine, true>;
-using M14 = Member<D::kNone, S::kTint, C::kAffine, true>;
-using M15 = Member<D::kNone, S::kLit, C::kAffine, true>;
-using M16 = Member<D::kNone, S::kGouraud, C::kNone, true>;
-using M17 = Member<D::kLess, S::kFlat, C::kNone, true>;
-using M18 = Member<D::kLess, S::kTextured, C::kAffine, true>;
-using M19 = Member<D::kLess, S::kTint, C::kAffine, true>;
-using M20 = Member<D::kLess, S::kLit, C::kAffine, true>;
-using M21 = Member<D::kLess, S::kGouraud, C::kNone, true>;
-using M22 = Member<D::kGreater, S::kTextured, C::kAffine, false>;
-using M23 = Member<D::kGreater, S::kBilinear, C::kAffine, false>;
-using M24 = Member<D::kGreater, S::kTextured, C::kPerspPixel, false>;
-using M25 = Member<D::kGreater, S::kTextured, C::kPerspSpan, false>;
-using M26 = Member<D::kGreater, S::kTint, C::kPerspPixel, false>;
-using M27 = Member<D::kGreater, S::kTint, C::kPerspSpan, false>;
-using M28 = Member<D::kGreater, S::kFlat, C::kNone, false>;
-using M29 = Member<D::kGreater, S::kTint, C::kAffine, false>;
-using M30 = Member<D::kGreater, S::kLit, C::kAffine, false>;
-using M31 = Member<D::kGreater, S::kGouraud, C::kNone, false>;
-using M32 = Member<D::kGreater, S::kFlat, C::kNone, true>;
-using M33 = Member<D::kGreater, S::kTextured, C::kAffine, true>;
-using M34 = Member<D::kGreater, S::kTextured, C::kPerspPixel, true>;
-using M35 = Member<D::kGreater, S::kTextured, C::kPerspSpan, true>;
-using M36 = Member<D::kGreater, S::kTint, C::kPerspPixel, true>;
-using M37 = Member<D::kGreater, S::kTint, C::kPerspSpan, true>;
-using M38 = Member<D::kGreater, S::kTint, C::kAffine, true>;
-using M39 = Member<D::kGreater, S::kLit, C::kAffine, true>;
-using M40 = Member<D::kGreater, S::kGouraud, C::kNone, true>;
-using M41 = Member<D::kWriteOnly, S::kTextured, C::kAffine, false>;
-using M42 = Member<D::kWriteOnly, S::kTint, C::kAffine, false>;
-using M43 = Member<D::kWriteOnly, S::kGouraud, C::kNone, false>;
-using M44 = Member<D::kLess, S::kFlat, C::kNone, false, true>;
+#include "raster/fill_triangle.h"
+#include "raster/filler_members.h"
+
+using namespace raster_detail;
+
+using M1 = FillerMemberType<1>;
+using M2 = FillerMemberType<2>;
+using M3 = FillerMemberType<3>;
+using M4 = FillerMemberType<4>;
+using M5 = FillerMemberType<5>;
+using M6 = FillerMemberType<6>;
+using M7 = FillerMemberType<7>;
+using M8 = FillerMemberType<8>;
+using M9 = FillerMemberType<9>;
+using M10 = FillerMemberType<10>;
+using M11 = FillerMemberType<11>;
+using M12 = FillerMemberType<12>;
+using M13 = FillerMemberType<13>;
+using M14 = FillerMemberType<14>;
+using M15 = FillerMemberType<15>;
+using M16 = FillerMemberType<16>;
+using M17 = FillerMemberType<17>;
+using M18 = FillerMemberType<18>;
+using M19 = FillerMemberType<19>;
+using M20 = FillerMemberType<20>;
+using M21 = FillerMemberType<21>;
+using M22 = FillerMemberType<22>;
+using M23 = FillerMemberType<23>;
+using M24 = FillerMemberType<24>;
+using M25 = FillerMemberType<25>;
+using M26 = FillerMemberType<26>;
+using M27 = FillerMemberType<27>;
+using M28 = FillerMemberType<28>;
+using M29 = FillerMemberType<29>;
+using M30 = FillerMemberType<30>;
+using M31 = FillerMemberType<31>;
+using M32 = FillerMemberType<32>;
+using M33 = FillerMemberType<33>;
+using M34 = FillerMemberType<34>;
+using M35 = FillerMemberType<35>;
+using M36 = FillerMemberType<36>;
+using M37 = FillerMemberType<37>;
+using M38 = FillerMemberType<38>;
+using M39 = FillerMemberType<39>;
+using M40 = FillerMemberType<40>;
+using M41 = FillerMemberType<41>;
+using M42 = FillerMemberType<42>;
+using M43 = FillerMemberType<43>;
+using M44 = FillerMemberType<44>;
 
 void FillTexturedLess(RasterTri* t, uint16_t* f, int32_t fp, uint32_t* z, int32_t zp) {
     FillRecord<M1>(t, f, fp, z, zp, 0);
@@ -205,8 +206,8 @@ template <class M>
 static constexpr FillerMember Entry(int32_t number, const char* name, FillerFn fill,
                                     FillerBlendFn fillBlend, FillerDepthFn fillDepth,
                                     FillerDepthBlendFn fillDepthBlend) {
-    return {number, name,      M::kDepth, M::kShade,      M::kCoords,     M::kBlend ? 1 : 0,
-            fill,   fillBlend, fillDepth, fillDepthBlend, FillTriangle<M>};
+    return {number, name,      M::kDepth, M::kShade,      M::kCoords,  M::kBlend ? 1 : 0,
+            fill,   fillBlend, fillDepth, fillDepthBlend, FillPlain<M>};
 }
 
 const FillerMember FillerMembers[kFillerCount] = {
@@ -258,6 +259,33 @@ const FillerMember FillerMembers[kFillerCount] = {
     Entry<M43>(43, "FillGouraudWrite", nullptr, nullptr, FillGouraudWrite, nullptr),
     Entry<M44>(44, "FillFlatLess", nullptr, nullptr, FillFlatLess, nullptr),
 };
+
+// The draw forms built for the wide lanes, where the build has them.
+template <class M>
+constexpr FillerAnyFn WideDraw() {
+    if constexpr (kLanesWideBuilt) {
+        return FillWide<M>;
+    } else {
+        return FillPlain<M>;
+    }
+}
+
+template <std::size_t... I>
+struct DrawTables {
+    static constexpr FillerAnyFn kPlain[] = {
+        FillPlain<std::tuple_element_t<I, FillerMemberTypes>>...};
+    static constexpr FillerAnyFn kWide[] = {
+        WideDraw<std::tuple_element_t<I, FillerMemberTypes>>()...};
+};
+template <std::size_t... I>
+constexpr DrawTables<I...> DrawTablesOf(std::index_sequence<I...>) {
+    return {};
+}
+using Draws = decltype(DrawTablesOf(std::make_index_sequence<kFillerCount>{}));
+
+const FillerAnyFn* FillerDraws() {
+    return LanesWideInUse() ? Draws::kWide : Draws::kPlain;
+}
 
 void RasterDrawFromTri(const RasterTri* tri, RasterDraw* draw) {
     for (int i = 0; i < 3; ++i) {

@@ -4,6 +4,45 @@
 #pragma once
 #include <cstdint>
 
+// The hot loops (the fillers' drawing, the light equation) are built in one of two forms,
+// chosen at start-up by LanesChoose: "plain", for the vectors the build targets (SSE2 on
+// x86-64, SIMD128 in a browser, NEON on arm64), and on x86-64 also "wide", for processors
+// with AVX2 (eight 32-bit lanes, four doubles, a 32-bit lane multiply), in functions that
+// carry INVITRO_WIDE_TARGET. Both forms give the same results, bit for bit.
+#if defined(__x86_64__)
+#define INVITRO_WIDE_TARGET __attribute__((target("avx2")))
+constexpr bool kLanesWideBuilt = true;
+constexpr bool kPlainLaneMultiply = false;  // SSE2 has no 32-bit lane multiply
+#elif defined(__wasm__)
+#define INVITRO_WIDE_TARGET
+constexpr bool kLanesWideBuilt = false;
+// SIMD128 has the multiply, but browsers run the lit pixel rule in lanes slower than the
+// scalar rule (measured in Chromium), so the build keeps the scalar rule there.
+constexpr bool kPlainLaneMultiply = false;
+#else
+#define INVITRO_WIDE_TARGET
+constexpr bool kLanesWideBuilt = false;
+constexpr bool kPlainLaneMultiply = true;
+#endif
+
+struct LanesPlain {
+    static constexpr bool kWide = false;
+    static constexpr bool kMultiply = kPlainLaneMultiply;
+    static constexpr bool kLanes = true;
+};
+struct LanesWide {
+    static constexpr bool kWide = true;
+    static constexpr bool kMultiply = true;
+    static constexpr bool kLanes = true;
+};
+
+// Takes the wide form from now on when `wide` is 1, the build has it and the processor has
+// AVX2 (with the operating system saving its registers); else the plain one. Returns 1 when
+// the wide form is in use. AppInit asks for it; tests run both.
+int LanesChoose(int wide);
+// 1 while the wide form is in use.
+int LanesWideInUse();
+
 typedef int32_t Int4 __attribute__((vector_size(16)));
 typedef int32_t Int8 __attribute__((vector_size(32)));
 typedef double Double2 __attribute__((vector_size(16)));

@@ -55,9 +55,10 @@ static void BlitKeyedPart(Surface* dst, const SurfaceRect& dstRect, const Surfac
     for (int32_t y = r.top; y < r.bottom; ++y) {
         const uint16_t* from = src->pixels + static_cast<ptrdiff_t>(y + dy) * (src->pitch / 2) + dx;
         uint16_t* to = dst->pixels + static_cast<ptrdiff_t>(y) * (dst->pitch / 2);
+        // Written back where keyed, so that the loop has no branch and goes in vector lanes.
         for (int32_t x = r.left; x < r.right; ++x) {
             const uint16_t p = from[x];
-            if (p != key) to[x] = p;
+            to[x] = p != key ? p : to[x];
         }
     }
 }

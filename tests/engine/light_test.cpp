@@ -9,6 +9,7 @@
 #include <random>
 
 #include "display/colour.h"
+#include "raster/lanes.h"
 
 namespace {
 
@@ -176,9 +177,12 @@ TEST_F(Lighting, EveryKindAndPairingAsTheRulesGive) {
         }
         static RasterTri unlit[60];
         std::copy(list->polyData, list->polyData + 60, unlit);
-        for (int pass = 0; pass < 2; ++pass) {
+        // Whole and in ranges, in the plain form of the lanes and the wide one (where there is
+        // one).
+        for (int pass = 0; pass < 4; ++pass) {
+            LanesChoose(pass / 2);
             std::copy(unlit, unlit + 60, list->polyData);
-            if (pass == 0) {
+            if (pass % 2 == 0) {
                 LightRenderList(list.get(), nullptr, lights, kMaxLights);
             } else {
                 LightSet set;
@@ -196,6 +200,7 @@ TEST_F(Lighting, EveryKindAndPairingAsTheRulesGive) {
             }
         }
     }
+    LanesChoose(0);
 }
 
 TEST(Lights, TableRefusesOutsideIndicesAndTransformLeavesDirectionsUntranslated) {

@@ -3,10 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/zbuffer.h"
+#include "raster/filler_members.h"
+#include "raster/lanes.h"
 #include "tests/raster/raster_test_util.h"
+
+using namespace raster_detail;
 
 namespace {
 
@@ -197,4 +204,58 @@ TEST(ZBuffer, CreateAndClear) {
         EXPECT_EQ(std::count(zb.buffer, zb.buffer + zb.sizeWords, 0x12345678u), zb.sizeWords);
     }
     std::free(zb.buffer);
+}
+
+// Scalar rules only: the reference the lanes are held to.
+struct LanesNone {
+    static constexpr bool kWide = false;
+    static constexpr bool kMultiply = false;
+    static constexpr bool kLanes = false;
+};
+
+// Every member draws the same pixels and depths through its lanes, plain and wide (where
+// the processor has them), as through its scalar rules: random triangles of every size,
+// many of their spans long, some cut by the clip rectangle.
+TEST(Members, LanesDrawAsTheScalarRules) {
+    RasterTestInit();
+    const bool wide = LanesChoose(1);
+    LanesChoose(0);
+    std::mt19937 rng(11);
+    std::vector<RasterDraw> tris;
+    for (int t = 0; t < 60; ++t) {
+        const float size = t % 3 == 0 ? 700 : t % 3 == 1 ? 120 : 25;
+        RasterTri tri = MakeTri(RandomVertex(&rng, -40, size, -40, size),
+                                RandomVertex(&rng, -40, size, -40, size),
+                                RandomVertex(&rng, -40, size, -40, size), BrightTexture());
+        RasterDraw draw;
+        RasterDrawFromTri(&tri, &draw);
+        tris.push_back(draw);
+    }
+    auto run = [&](auto member, int form, Canvas* c) {
+        using M = decltype(member);
+        for (uint32_t& d : c->depth) d = DepthClearFor(1) ^ 0x5A5A5A5Au;
+        for (const RasterDraw& tri : tris) {
+            uint16_t* f = c->frame.data();
+            uint32_t* z = c->depth.data();
+            if (form == 0)
+                FillTriangle<M, LanesNone>(tri, f, kWidth * 2, z, kWidth * 4, 5, gClipRectangle);
+            if (form == 1) FillPlain<M>(tri, f, kWidth * 2, z, kWidth * 4, 5, gClipRectangle);
+            if (form == 2) FillWide<M>(tri, f, kWidth * 2, z, kWidth * 4, 5, gClipRectangle);
+        }
+    };
+    auto check = [&](auto member, int number) {
+        Canvas scalar, plain;
+        run(member, 0, &scalar);
+        run(member, 1, &plain);
+        EXPECT_TRUE(plain.frame == scalar.frame && plain.depth == scalar.depth) << number;
+        if (!wide) return;
+        Canvas wider;
+        run(member, 2, &wider);
+        EXPECT_TRUE(wider.frame == scalar.frame && wider.depth == scalar.depth) << number;
+    };
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (check(FillerMemberType<I + 1>{}, I + 1), ...);
+    }
+    (std::make_index_sequence<kFillerCount>{});
+    if (!wide) GTEST_SKIP() << "no AVX2 here: the wide form was not checked";
 }
