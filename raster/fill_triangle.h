@@ -153,6 +153,26 @@ template <class M>
     return (red << 11) | green | blue;
 }
 
+// The Gouraud colour of the channels r, g, b (8.24 fixed point), and a texel t shaded by
+// the member's rule: as it is, tinted by the context's tint, or lit by r, g, b. T is one
+// word or lanes of words, so one pixel and a run of them share the rules.
+template <class T>
+[[gnu::always_inline]] inline T GouraudColour(T r, T g, T b) {
+    return ((r >> 19) << 11) + ((g >> 18) << 5) + (b >> 19);
+}
+template <class M, class T>
+[[gnu::always_inline]] inline T TexelShade(const FillContext& c, T t, T r, T g, T b) {
+    if constexpr (M::kShade == FillerShade::kTextured) {
+        return t;
+    } else if constexpr (M::kShade == FillerShade::kTint) {
+        return ((((t >> 11) * c.tintR) >> 5) << 11) | (((((t >> 5) & 63) * c.tintG) >> 6) << 5) |
+               (((t & 31) * c.tintB) >> 5);
+    } else {
+        return ((((t >> 11) * r) >> 24) << 11) | (((((t >> 5) & 63) * g) >> 24) << 5) |
+               (((t & 31) * b) >> 24);
+    }
+}
+
 // The colour a pixel gets before blending.
 template <class M>
 [[gnu::always_inline]] inline uint32_t PixelColour(const FillContext& c, int32_t u, int32_t v,
@@ -160,20 +180,11 @@ template <class M>
     if constexpr (M::kShade == FillerShade::kFlat) {
         return c.flat;
     } else if constexpr (M::kShade == FillerShade::kGouraud) {
-        return ((r >> 19) << 11) + ((g >> 18) << 5) + (b >> 19);
+        return GouraudColour(r, g, b);
     } else if constexpr (M::kShade == FillerShade::kBilinear) {
         return BilinearFetch(c, u, v);
     } else {
-        const uint32_t t = TexelFetch<M>(c, u, v, w);
-        if constexpr (M::kShade == FillerShade::kTextured) {
-            return t;
-        } else if constexpr (M::kShade == FillerShade::kTint) {
-            return ((((t >> 11) * c.tintR) >> 5) << 11) |
-                   (((((t >> 5) & 63) * c.tintG) >> 6) << 5) | (((t & 31) * c.tintB) >> 5);
-        } else {
-            return ((((t >> 11) * r) >> 24) << 11) | (((((t >> 5) & 63) * g) >> 24) << 5) |
-                   (((t & 31) * b) >> 24);
-        }
+        return TexelShade<M>(c, TexelFetch<M>(c, u, v, w), r, g, b);
     }
 }
 
@@ -235,21 +246,13 @@ template <class M, int W>
     if constexpr (M::kShade == FillerShade::kFlat) {
         return Words{} + c.flat;
     } else if constexpr (M::kShade == FillerShade::kGouraud) {
-        return ((a.r >> 19) << 11) + ((a.g >> 18) << 5) + (a.b >> 19);
+        return GouraudColour(a.r, a.g, a.b);
     } else {
         const Signed index = (reinterpret_cast<Signed>(a.u) >> 16) +
                              ((reinterpret_cast<Signed>(a.v) >> 16) << c.shift);
         Words t;
         for (int k = 0; k < W; ++k) t[k] = c.texels[index[k]];
-        if constexpr (M::kShade == FillerShade::kTextured) {
-            return t;
-        } else if constexpr (M::kShade == FillerShade::kTint) {
-            return ((((t >> 11) * c.tintR) >> 5) << 11) |
-                   (((((t >> 5) & 63) * c.tintG) >> 6) << 5) | (((t & 31) * c.tintB) >> 5);
-        } else {
-            return ((((t >> 11) * a.r) >> 24) << 11) | (((((t >> 5) & 63) * a.g) >> 24) << 5) |
-                   (((t & 31) * a.b) >> 24);
-        }
+        return TexelShade<M>(c, t, a.r, a.g, a.b);
     }
 }
 
